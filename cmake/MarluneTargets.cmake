@@ -1,0 +1,32 @@
+# What every target of this project shares. Nothing here reaches a project that embeds the library:
+# warnings, sanitizers and output folders are set target by target, privately.
+
+find_package(Threads REQUIRED)
+
+function(marlune_private_flags target)
+  target_compile_features(${target} PRIVATE cxx_std_20)
+  # Levels are specified to the bit: no contraction that the source does not ask for.
+  target_compile_options(${target} PRIVATE -ffp-contract=off)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+    -Wsign-conversion -Wnon-virtual-dtor -Woverloaded-virtual)
+  if(MARLUNE_WARNINGS_AS_ERRORS)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+  set_target_properties(${target} PROPERTIES
+    CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON CXX_EXTENSIONS OFF)
+  if(MARLUNE_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=${MARLUNE_SANITIZE} -fno-omit-frame-pointer
+      -fno-sanitize-recover=all)
+    target_link_options(${target} PRIVATE -fsanitize=${MARLUNE_SANITIZE})
+    if(MARLUNE_SANITIZE MATCHES "thread" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+      # The executor library uses fences, which this sanitizer does not model but warns about.
+      target_compile_options(${target} PRIVATE -Wno-tsan)
+    endif()
+  endif()
+endfunction()
+
+# Sources of a folder: every .cpp in it. A new file is picked up without touching a list.
+function(marlune_glob variable)
+  file(GLOB found CONFIGURE_DEPENDS ${ARGN})
+  set(${variable} ${found} PARENT_SCOPE)
+endfunction()

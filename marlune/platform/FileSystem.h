@@ -1,0 +1,72 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "marlune/platform/Data.h"
+#include "marlune/platform/Export.h"
+
+namespace marlune {
+
+/// What tells one state of a file from another without reading it.
+struct FileIdentity {
+  std::uint64_t device = 0;
+  std::uint64_t inode = 0;
+  std::uint64_t size = 0;
+  std::int64_t modified = 0;  ///< nanoseconds since 1970, as stored with the file
+  std::int64_t changed = 0;   ///< nanoseconds since 1970, kept by the system, not settable
+  /// The last change lies far enough back that a later one is sure to show in `changed`. While this is
+  /// false, equal identities do not prove equal content.
+  bool settled = false;
+
+  /// Same file in the same state, as far as can be told; `settled` does not take part.
+  bool sameAs(const FileIdentity& other) const {
+    return device == other.device && inode == other.inode && size == other.size &&
+           modified == other.modified && changed == other.changed;
+  }
+};
+
+/// Whole-file access by absolute path. Calls are safe from any thread and from several processes at once.
+/// Nothing here logs or throws: what fails answers nothing or false.
+class MARLUNE_API FileSystem {
+ public:
+  /// How durable a write must be.
+  enum class Durability {
+    cache,     ///< can be fetched again: atomic, not flushed
+    userData,  ///< the user's own: flushed to the disk before it takes its name
+  };
+
+  virtual ~FileSystem() = default;
+
+  /// The content of the regular file at `path`; nothing when it cannot be read whole or is larger than 64 MiB.
+  virtual std::optional<Bytes> read(const std::string& path) = 0;
+
+  /// The identity of what lies at `path`, or nothing when nothing does.
+  virtual std::optional<FileIdentity> identity(const std::string& path) = 0;
+
+  /// Writes `bytes` to `path`, whole or not at all: beside it under a name of its own, then renamed over it.
+  /// A reader, and a process killed at any moment, leaves or sees the old content or the new. The folder
+  /// `folder`, which must hold `path`, is made if it is missing; deeper folders are not. Temporary files
+  /// that killed processes left in it are swept at the first write into a folder.
+  virtual bool write(const std::string& folder, const std::string& path, std::string_view bytes,
+                     Durability durability) = 0;
+
+  /// Removes the file at `path`; false when it could not, also when there is none.
+  virtual bool remove(const std::string& path) = 0;
+
+  /// Is there a file or folder at `path`?
+  virtual bool exists(const std::string& path) = 0;
+
+  /// Moves a file over whatever file has the new name, also across file systems (then by an atomic write).
+  /// `folder` as for `write`.
+  virtual bool move(const std::string& from, const std::string& folder, const std::string& to) = 0;
+
+  /// The names in `folder`, in no order and without "." and ".."; nothing when it cannot be listed.
+  virtual std::optional<std::vector<std::string>> list(const std::string& folder) = 0;
+};
+
+}  // namespace marlune

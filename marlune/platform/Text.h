@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "marlune/platform/Export.h"
+
+namespace marlune {
+
+/// The decimal number at the start of `text`: blanks and one sign may stand before it, anything after it.
+/// What is no number is 0, what is too large is infinite, what is too small is 0. Never reads a locale.
+MARLUNE_API double lenientDouble(std::string_view text);
+
+/// The whole number at the start of `text`, in the same lenient way; what does not fit is held at the
+/// nearest 64-bit value.
+MARLUNE_API std::int64_t lenientInteger(std::string_view text);
+
+/// Plain comparison of two UTF-8 texts by UTF-16 code units: below 0, 0 or above 0. It differs from the order
+/// of the bytes only where a character beyond the basic plane meets one from U+E000 to U+FFFF.
+MARLUNE_API int comparePlain(std::string_view a, std::string_view b);
+
+/// The lines of a UTF-8 text, split at every newline character (LF, VT, FF, CR, NEL, LS, PS); between the
+/// two of a CR LF stands an empty line.
+MARLUNE_API std::vector<std::string_view> linesOf(std::string_view text);
+
+/// Is `text` well-formed UTF-8?
+MARLUNE_API bool isUtf8(std::string_view text);
+
+}  // namespace marlune

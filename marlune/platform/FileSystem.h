@@ -42,7 +42,8 @@ class MARLUNE_API FileSystem {
 
   virtual ~FileSystem() = default;
 
-  /// The content of the regular file at `path`; nothing when it cannot be read whole or is larger than 64 MiB.
+  /// The content of the regular file at `path`; nothing when it cannot be read whole or is larger than 64
+  /// MiB.
   virtual std::optional<Bytes> read(const std::string& path) = 0;
 
   /// The identity of what lies at `path`, or nothing when nothing does.

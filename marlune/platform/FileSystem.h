@@ -42,7 +42,8 @@ class MARLUNE_API FileSystem {
 
   virtual ~FileSystem() = default;
 
-  /// The content of the regular file at `path`; nothing when it cannot be read whole or is larger than 64 MiB.
+  /// The content of the regular file at `path`; nothing when it cannot be read whole or is larger than 64
+  /// MiB.
   virtual std::optional<Bytes> read(const std::string& path) = 0;
 
   /// The identity of what lies at `path`, or nothing when nothing does.
@@ -65,7 +66,8 @@ class MARLUNE_API FileSystem {
   /// `folder` as for `write`.
   virtual bool move(const std::string& from, const std::string& folder, const std::string& to) = 0;
 
-  /// The names in `folder`, in no order and without "." and ".."; nothing when it cannot be listed.
+  /// The names in `folder`, in no order and without ".", ".." and temporary files of writers; nothing when it
+  /// cannot be listed.
   virtual std::optional<std::vector<std::string>> list(const std::string& folder) = 0;
 };
 

@@ -13,6 +13,8 @@ using Bytes = std::string;
 /// bytes of length zero. The pointer is the identity of the bytes: the same pointer is the same content.
 using Data = std::shared_ptr<const Bytes>;
 
-inline Data makeData(Bytes bytes) { return std::make_shared<const Bytes>(std::move(bytes)); }
+inline Data makeData(Bytes bytes) {
+  return std::make_shared<const Bytes>(std::move(bytes));
+}
 
 }  // namespace marlune

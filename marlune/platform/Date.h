@@ -11,10 +11,14 @@ namespace marlune {
 using Date = std::chrono::sys_time<std::chrono::duration<double>>;
 
 /// The instant `seconds` after 1970-01-01 00:00:00 UTC.
-constexpr Date dateFromSeconds(double seconds) { return Date{std::chrono::duration<double>{seconds}}; }
+constexpr Date dateFromSeconds(double seconds) {
+  return Date{std::chrono::duration<double>{seconds}};
+}
 
 /// Seconds since 1970 of `date`, fractions kept.
-constexpr double secondsOf(Date date) { return date.time_since_epoch().count(); }
+constexpr double secondsOf(Date date) {
+  return date.time_since_epoch().count();
+}
 
 /// Seconds since 1970 of `date`, truncated toward zero. What does not fit is held at the nearest 64-bit
 /// value; no number at all gives 0.

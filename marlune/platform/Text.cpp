@@ -1,0 +1,155 @@
+#include "marlune/platform/Text.h"
+
+#include <charconv>
+#include <limits>
+
+#include "simdjson.h"
+
+namespace marlune {
+
+namespace {
+
+bool isBlank(char c) {
+  return c == ' ' || (c >= '\t' && c <= '\r');
+}
+bool isDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+/// What stands after the blanks and the sign.
+struct SignedText {
+  std::string_view digits;
+  bool negative = false;
+};
+
+SignedText afterSign(std::string_view text) {
+  std::size_t at = 0;
+  while (at < text.size() && isBlank(text[at])) ++at;
+  SignedText result;
+  if (at < text.size() && (text[at] == '+' || text[at] == '-')) result.negative = text[at++] == '-';
+  result.digits = text.substr(at);
+  return result;
+}
+
+// Of a decimal number that fits no double: is it too large rather than too small? Compares the place of the
+// first digit that is not 0 with the exponent.
+bool isTooLarge(std::string_view number) {
+  constexpr std::int64_t bound = 1'000'000'000;
+  std::int64_t place = 0;
+  bool seen = false;
+  bool fraction = false;
+  std::size_t at = 0;
+  for (; at < number.size() && (isDigit(number[at]) || number[at] == '.'); ++at) {
+    if (number[at] == '.') {
+      fraction = true;
+      continue;
+    }
+    seen = seen || number[at] != '0';
+    if (!fraction && seen) ++place;
+    if (fraction && !seen) --place;
+  }
+  std::int64_t exponent = 0;
+  if (at < number.size()) exponent = lenientInteger(number.substr(at + 1));  // past the "e"
+  exponent = exponent > bound ? bound : exponent < -bound ? -bound : exponent;
+  return place + exponent > 0;
+}
+
+std::uint32_t nextCodePoint(std::string_view text, std::size_t& at) {
+  const auto byte = [&](std::size_t i) {
+    return i < text.size() ? static_cast<std::uint32_t>(static_cast<unsigned char>(text[i])) : 0U;
+  };
+  const std::uint32_t first = byte(at);
+  if (first < 0xC0) return ++at, first;  // ASCII, and a stray continuation byte stands for itself
+  if (first < 0xE0) return at += 2, ((first & 0x1FU) << 6U) | (byte(at - 1) & 0x3FU);
+  if (first < 0xF0) {
+    return at += 3, ((first & 0x0FU) << 12U) | ((byte(at - 2) & 0x3FU) << 6U) | (byte(at - 1) & 0x3FU);
+  }
+  at += 4;
+  return ((first & 0x07U) << 18U) | ((byte(at - 3) & 0x3FU) << 12U) | ((byte(at - 2) & 0x3FU) << 6U) |
+         (byte(at - 1) & 0x3FU);
+}
+
+// Orders code points as their UTF-16 forms: what needs surrogates stands below U+E000.
+std::uint32_t utf16Rank(std::uint32_t codePoint) {
+  if (codePoint >= 0x10000) return codePoint - 0x10000 + 0xD800;
+  return codePoint >= 0xE000 ? codePoint + 0x100000 : codePoint;
+}
+
+}  // namespace
+
+double lenientDouble(std::string_view text) {
+  const auto [digits, negative] = afterSign(text);
+  const bool begins = !digits.empty() &&
+                      (isDigit(digits[0]) || (digits[0] == '.' && digits.size() > 1 && isDigit(digits[1])));
+  if (!begins) return 0.0;  // also "nan" and "inf", which the conversion would take
+  double value = 0.0;
+  const auto [end, failure] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+  if (failure == std::errc::result_out_of_range) {
+    const std::string_view number(digits.data(), static_cast<std::size_t>(end - digits.data()));
+    value = isTooLarge(number) ? std::numeric_limits<double>::infinity() : 0.0;
+  }
+  return negative ? -value : value;
+}
+
+std::int64_t lenientInteger(std::string_view text) {
+  const auto [digits, negative] = afterSign(text);
+  constexpr auto top = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+  const std::uint64_t limit = negative ? top + 1 : top;
+  std::uint64_t value = 0;
+  for (const char c : digits) {
+    if (!isDigit(c)) break;
+    const auto digit = static_cast<std::uint64_t>(c - '0');
+    if (value > (limit - digit) / 10) {
+      value = limit;
+      break;
+    }
+    value = value * 10 + digit;
+  }
+  return static_cast<std::int64_t>(negative ? std::uint64_t{0} - value : value);
+}
+
+int comparePlain(std::string_view a, std::string_view b) {
+  std::size_t at = 0;
+  const std::size_t common = a.size() < b.size() ? a.size() : b.size();
+  while (at < common && a[at] == b[at]) ++at;
+  if (at == common) return a.size() == b.size() ? 0 : a.size() < b.size() ? -1 : 1;
+  while (at > 0 && (static_cast<unsigned char>(a[at]) & 0xC0U) == 0x80U) --at;  // to the character's start
+  std::size_t atA = at;
+  std::size_t atB = at;
+  const std::uint32_t rankA = utf16Rank(nextCodePoint(a, atA));
+  const std::uint32_t rankB = utf16Rank(nextCodePoint(b, atB));
+  if (rankA != rankB) return rankA < rankB ? -1 : 1;
+  return a < b ? -1 : 1;  // malformed text only
+}
+
+std::vector<std::string_view> linesOf(std::string_view text) {
+  std::vector<std::string_view> lines;
+  std::size_t begin = 0;
+  std::size_t at = 0;
+  const auto take = [&](std::size_t length) {
+    lines.push_back(text.substr(begin, at - begin));
+    at += length;
+    begin = at;
+  };
+  while (at < text.size()) {
+    const auto byte = static_cast<unsigned char>(text[at]);
+    if (byte >= '\n' && byte <= '\r') {
+      take(1);
+    } else if (byte == 0xC2 && text.substr(at, 2) == "\xC2\x85") {
+      take(2);
+    } else if (byte == 0xE2 &&
+               (text.substr(at, 3) == "\xE2\x80\xA8" || text.substr(at, 3) == "\xE2\x80\xA9")) {
+      take(3);
+    } else {
+      ++at;
+    }
+  }
+  lines.push_back(text.substr(begin));
+  return lines;
+}
+
+bool isUtf8(std::string_view text) {
+  return simdjson::validate_utf8(text.data(), text.size());
+}
+
+}  // namespace marlune

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <ostream>
+#include <utility>
 
 namespace marlune {
 

@@ -7,9 +7,9 @@
 namespace marlune {
 
 TideStation::TideStation(std::optional<std::string> id, std::optional<std::string> externalId,
-                         bool subordinate, double latitude, double longitude,
-                         std::optional<std::string> name, std::optional<std::string> state,
-                         std::optional<std::string> countryName, std::optional<std::string> timezone)
+                         bool subordinate, double latitude, double longitude, std::optional<std::string> name,
+                         std::optional<std::string> state, std::optional<std::string> countryName,
+                         std::optional<std::string> timezone)
     : stationId(std::move(id)),
       stationExtId(std::move(externalId)),
       stationName(std::move(name)),

@@ -56,14 +56,16 @@ void print(const HarmonicDatabase& database, const HarmonicStation& station, int
     const Constituent& constituent = database.constituents()[component.constituent];
     fmt::print(
         "{}{{\"name\":\"{}\",\"amplitude\":{},\"phase\":{},\"speed\":{},\"argument\":{},\"factor\":{}}}",
-        separator, constituent.name, component.amplitude * kMetres, component.epoch, constituent.degreesPerHour,
-        constituent.equilibrium[row], constituent.nodeFactor[row]);
+        separator, constituent.name, component.amplitude * kMetres, component.epoch,
+        constituent.degreesPerHour, constituent.equilibrium[row], constituent.nodeFactor[row]);
     separator = ",";
   }
-  fmt::print("],\"high\":[{},{},{}],\"low\":[{},{},{}],\"extremes\":[", station.high.seconds, station.high.factor,
-             station.high.addend * kMetres, station.low.seconds, station.low.factor, station.low.addend * kMetres);
+  fmt::print("],\"high\":[{},{},{}],\"low\":[{},{},{}],\"extremes\":[", station.high.seconds,
+             station.high.factor, station.high.addend * kMetres, station.low.seconds, station.low.factor,
+             station.low.addend * kMetres);
   separator = {};
-  for (const TideExtreme& extreme : TidePredictor(database).extremes(station, startOf(year), startOf(year + 1))) {
+  for (const TideExtreme& extreme :
+       TidePredictor(database).extremes(station, startOf(year), startOf(year + 1))) {
     fmt::print("{}[{},{:.4f},{}]", separator, extreme.time, extreme.level * kMetres, extreme.high);
     separator = ",";
   }

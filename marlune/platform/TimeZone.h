@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -57,8 +58,30 @@ class MARLUNE_API TimeZone {
 
  private:
   friend class StoredTimeZone;
+  friend class TimeZoneSlot;
   explicit TimeZone(const void* impl) : impl_(impl) {}
   const void* impl_;  // lives as long as the process
+};
+
+/// Room for one zone that is found late, read and filled from any thread.
+class TimeZoneSlot {
+ public:
+  TimeZoneSlot() = default;
+  TimeZoneSlot(const TimeZoneSlot& other) : impl_(other.impl_.load(std::memory_order_relaxed)) {}
+  TimeZoneSlot& operator=(const TimeZoneSlot& other) {
+    impl_.store(other.impl_.load(std::memory_order_relaxed), std::memory_order_relaxed);
+    return *this;
+  }
+  ~TimeZoneSlot() = default;
+
+  std::optional<TimeZone> get() const {
+    const void* const impl = impl_.load(std::memory_order_acquire);
+    return impl == nullptr ? std::nullopt : std::optional(TimeZone(impl));
+  }
+  void set(const TimeZone& zone) { impl_.store(zone.impl_, std::memory_order_release); }
+
+ private:
+  std::atomic<const void*> impl_ = nullptr;
 };
 
 }  // namespace marlune

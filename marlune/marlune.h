@@ -1,0 +1,18 @@
+#pragma once
+
+/// The one header that most applications include.
+///
+///     marlune::installHost(marlune::linuxHost({.dataFolder = "/home/me/.local/share/tides"}));
+///     auto& provider = marlune::TideDataProvider::Instance();
+
+#include "marlune/composition/Doors.h"
+#include "marlune/global/TideEventDiskCache.h"
+#include "marlune/platform/Host.h"
+#include "marlune/platform/linux/LinuxHost.h"
+#include "marlune/providers/TideDataProvider.h"
+#include "marlune/storage/FileAccess.h"
+#include "marlune/tides/TTEvent.h"
+#include "marlune/tides/TideCurve.h"
+#include "marlune/tides/TideEvent.h"
+#include "marlune/tides/TideHighLowParser.h"
+#include "marlune/tides/TideStation.h"

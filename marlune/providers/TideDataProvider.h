@@ -1,0 +1,274 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include "marlune/geo/Coordinate.h"
+#include "marlune/geo/MapProjection.h"
+#include "marlune/global/TideEventDiskCache.h"
+#include "marlune/platform/Calendar.h"
+#include "marlune/platform/Data.h"
+#include "marlune/platform/Date.h"
+#include "marlune/platform/Export.h"
+#include "marlune/platform/Host.h"
+#include "marlune/platform/UniqueFunction.h"
+#include "marlune/storage/FileAccess.h"
+#include "marlune/tides/TideCurve.h"
+#include "marlune/tides/TideDataCache.h"
+#include "marlune/tides/TideEvent.h"
+#include "marlune/tides/TideStation.h"
+
+namespace marlune {
+
+class HttpFetcher;
+class PendingOperations;
+class WorkScope;
+class YearFileMemo;
+
+/// Names of the notifications that a provider posts, with their user information.
+namespace notifications {
+inline constexpr const char* fetchBegun = "TideData_FetchHighLowTideBegun";  ///< none
+inline constexpr const char* fetchCompleted =
+    "TideData_FetchHighLowTideCompleted";                                         ///< "tidestation", "date"
+inline constexpr const char* fetchError = "TideData_FetchHighLowTideError";       ///< "tidestation", "date"
+inline constexpr const char* refreshFailed = "kMainModelTideDataDownloadFailed";  ///< "error": std::string
+inline constexpr const char* downloaded = "downloadedTideData";  ///< "filename", "duration": double, s
+inline constexpr const char* downloadFailed =
+    "downloadTideDataFailed";  ///< "filename", "duration": double, s
+}  // namespace notifications
+
+/// The tide provider: a catalogue of stations, their predictions from memory, disk and network, and what a
+/// chart asks of them. This class serves the United States' stations, in feet; regional providers derive from
+/// it and replace single steps.
+///
+/// Every operation may be called from any thread. Those that may wait for the network say so and do not
+/// belong on the main thread. What is absent or fails is an empty answer; nothing throws.
+///
+///     auto& provider = TideDataProvider::Instance();
+///     auto station = provider.getDefaultTideStation();
+///     provider.fetchTideEventsForStation(station, from, to, [](auto events) { if (events) draw(*events); });
+///
+/// A provider made with a constructor may be destroyed at any moment: work that has not begun is dropped,
+/// transfers are cancelled, what runs is waited for, and every completion has been called when the destructor
+/// returns. A deriving class calls stopWork() first in its own destructor.
+class MARLUNE_API TideDataProvider {
+ public:
+  using StationPtr = std::shared_ptr<TideStation>;
+  using Stations = std::vector<StationPtr>;
+  using Events = std::vector<TideEvent>;
+  /// Called exactly once, with no list where nothing was found.
+  using EventsCompletion = UniqueFunction<void(std::optional<Events>)>;
+  using DataCompletion = UniqueFunction<void(Data)>;
+
+  /// The provider of the process, made at the first call over the installed host (see marlune.h).
+  static TideDataProvider& Instance();
+
+  TideDataProvider(Host host, std::shared_ptr<FileAccess> files,
+                   std::shared_ptr<TideEventDiskCache> diskCache);
+  virtual ~TideDataProvider();
+  TideDataProvider(const TideDataProvider&) = delete;
+  TideDataProvider& operator=(const TideDataProvider&) = delete;
+
+  // --- Catalogue ------------------------------------------------------------------------------------------
+  // Queries load the catalogue first where it is not loaded, unless they say otherwise. A thread that asks
+  // during the first load waits for it and sees the catalogue full.
+
+  /// Loads the station list, once.
+  virtual void loadStationData();
+  virtual bool hasLoadedStations() const;
+  virtual void setHasLoadedStations(bool loaded);
+
+  /// The station of one line of the station file, or none when it is no station line.
+  StationPtr parseLineFromStationFile(std::string_view line) const;
+
+  /// The station of that id straight from the station file, added to the catalogue; does not load the rest.
+  StationPtr loadStationDataForStationId(std::string_view stationId);
+
+  /// A station of the catalogue, else a registered worldwide point, else none.
+  StationPtr getTideStationById(std::string_view stationId);
+  /// In no defined order.
+  Stations getAllTideStations();
+  std::size_t getTideStationGroupCount();
+  /// Ascending by UTF-16 code unit.
+  std::vector<std::string> getTideStationStates();
+  /// Ascending by name, by UTF-16 code unit; nothing for an unknown state.
+  std::optional<Stations> getTideStationsForState(std::string_view state);
+  /// Every station known by now, nearest first. Does not load the catalogue.
+  Stations getStationsByNearest(Coordinate coordinate);
+  /// The catalogue's stations inside a rectangle of projected map points. Does not load the catalogue.
+  Stations getStationsInMapVisibleRect(const MapRect& rect);
+  /// The catalogue's stations strictly inside a box of degrees. Despite its name the first corner is the
+  /// south-west one; corners the other way round give nothing. Does not load the catalogue.
+  Stations getStationsByRegionBoundary(Coordinate southWest, Coordinate northEast);
+
+  /// A new record of the station that an application starts with.
+  virtual StationPtr getDefaultTideStation() const;
+  virtual bool tideLevelUnitInMeters() const;
+  virtual bool defaultUnitIsMeters() const;
+
+  /// Drops every month list in memory; stations stay.
+  void clearCache();
+
+  /// For clients that need to serialise their own use of the provider; the provider does not take it.
+  std::mutex& lock() { return _lock; }
+
+  // --- Prediction documents -------------------------------------------------------------------------------
+
+  /// The events of a month out of a year's document, with the whole last day of the month before and the
+  /// first day of the month after up to 23:59, station time. Nothing for bytes that are no document; no bytes
+  /// or no station are logged.
+  virtual std::optional<Events> getHighLowTideDataFromNSData(const Data& data, const StationPtr& station,
+                                                             std::int64_t year, int month);
+  int GetNumberOfDaysInMonth(std::int64_t month, std::int64_t year) const;
+  /// The events from begin to end, both inclusive, in seconds, ascending.
+  Events filterEventsToDate(const Events& events, std::int64_t beginTs, std::int64_t endTs) const;
+
+  // --- Year files and months ------------------------------------------------------------------------------
+
+  /// "2024398997177.xml"
+  virtual std::string fileNameForStation(std::string_view stationId, std::int64_t year) const;
+  /// The published address of a station's year; encodedAddress() makes it fit to travel.
+  virtual std::string getTideDataEndpointForStation(const StationPtr& station, std::int64_t year) const;
+  /// Gregorian, in the station's zone; in the device's without a station or a zone of that name.
+  Calendar calendarForStation(const StationPtr& station) const;
+  /// The content of a year file in the container, or an empty pointer. The bytes of a file that has not
+  /// changed are handed out again.
+  virtual Data loadDataAtFilePath(std::string_view fileName);
+  /// Waits for a download; keeps it as `fileName` when it has at least 2501 bytes. Posts "downloadedTideData"
+  /// or "downloadTideDataFailed" and calls the completion, with no bytes on failure, before it returns.
+  virtual void loadDataAtURL(const std::string& url, const std::string& fileName, DataCompletion completion);
+  /// Puts the default station's year file of the current year into the container, if one is shipped and none
+  /// is there.
+  virtual void saveDefaultStationFileFromBundle();
+
+  /// Makes a month present in memory from what lies on the disk; false when nothing does. No network.
+  bool populateCacheForStation(const StationPtr& station, std::int64_t year, int month);
+  /// The events of a month between two instants (seconds, inclusive), ascending. May wait for a download.
+  std::optional<Events> tideEventsForStation(const StationPtr& station, std::int64_t year, int month,
+                                             std::int64_t beginTs, std::int64_t endTs);
+  /// The month's list in memory as it stands.
+  MonthList getTideData(std::string_view stationId, std::int64_t year, int month) const;
+  /// The events between two instants (seconds, inclusive), ascending, from memory and disk. The months of the
+  /// two instants are looked at, months between them are not.
+  std::optional<Events> getTideDataByTimestamp(std::string_view stationId, std::int64_t begin,
+                                               std::int64_t end);
+  /// The same for a station at hand.
+  std::optional<Events> getTideDataByTimestamp(const StationPtr& station, std::int64_t begin,
+                                               std::int64_t end);
+  std::optional<TideEvent> firstCachedTideEvent() const;
+  std::optional<TideEvent> lastCachedTideEvent() const;
+
+  // --- Requests -------------------------------------------------------------------------------------------
+
+  /// Asks for the month of `date`; the answer is a notification: completed at once on this thread when the
+  /// month is cached, else begun on this thread and completed or error on the main thread. Without `notify`
+  /// nothing is posted. The tag is ignored.
+  void beginGetHighLowTideData(const StationPtr& station, const std::optional<Date>& date,
+                               const std::shared_ptr<void>& tag, bool notify);
+  /// Does memory hold more than 30 events of the month of `date`?
+  bool isTideDataCachedForStation(const StationPtr& station, const std::optional<Date>& date) const;
+  /// The 86,400 seconds from the station's midnight on; may wait for a download.
+  std::optional<Events> loadTideEventsForStation(const StationPtr& station, Date date);
+  /// The events of a range; downloads the year where memory and disk have at most one. The completion runs at
+  /// once on this thread, or on a background thread after the download.
+  virtual void fetchTideEventsForStation(const StationPtr& station, Date from, Date to,
+                                         EventsCompletion completion);
+  /// Post the two outcomes of a month request; on the main thread.
+  void notifyHighLowDataFetchComplete(UserInfo userInfo);
+  void notifyHighLowDataFetchError(UserInfo userInfo);
+  /// Downloads the station's current year again, in the background.
+  void queueRefreshDataTaskForStation(const StationPtr& station);
+  /// Downloads what is missing of the years worth keeping for a favourite, in the background.
+  void verifyAndDownloadFavoriteStationData(const StationPtr& station);
+  /// Decimal years, this year and the next.
+  virtual std::vector<std::string> yearsForFavoriteDownload() const;
+
+  // --- Curve (see TideCurve.h) ----------------------------------------------------------------------------
+
+  std::optional<TideEvent> previousEventImmediatelyBeforeTimestamp(double t, const Events& events) const;
+  std::int64_t nextEventTimestampImmediatelyAfterTimestamp(double t, const Events& events) const;
+  std::optional<TideEvent> nextEventAfterTimestamp(double t, const Events& events) const;
+  Events interopolateTideLevelsBetweenStartEvent(const TideEvent& startEvent, const TideEvent& endEvent,
+                                                 std::int64_t interval) const;
+  std::optional<curve::CurvePoints> interopolateTideLevelsWithEvents(const Events& events,
+                                                                     std::int64_t interval,
+                                                                     std::string stationName) const;
+  std::optional<std::vector<curve::CurvePoint>> orderedTideLevelsWithEvents(const Events& events,
+                                                                            std::int64_t interval,
+                                                                            std::string stationName,
+                                                                            Date afterTime,
+                                                                            std::int64_t maxCount) const;
+  double interopolateTideLevel(const Events& events, double timestamp) const;
+  std::optional<std::vector<Date>> getOccurancesOfReferenceTideLevel(double level,
+                                                                     const Events& events) const;
+  bool checkTideLevel(double level, const TideEvent& a, const TideEvent& b) const;
+
+ protected:
+  /// Ends all work in flight, as the destructor does; nothing starts afterwards.
+  void stopWork();
+
+  const Host& host() const { return host_; }
+  TideDataCache& cache() { return _cache; }
+  FileAccess& files() const { return *files_; }
+
+ private:
+  /// What a queued month request carries.
+  struct MonthRequest {
+    std::string fileName;
+    StationPtr station;
+    std::int64_t year = 0;
+    int month = 0;
+    Date date;
+    std::string key;
+    bool notify = false;
+  };
+
+  void loadStationDataOnce();
+  std::optional<Bytes> readStationFile() const;
+
+  bool loadMonthFromContainer(const StationPtr& station, const std::string& fileName, std::int64_t year,
+                              int month, std::optional<Events>& events);
+  bool loadMonthFromDocuments(const StationPtr& station, const std::string& fileName, std::int64_t year,
+                              int month, std::optional<Events>& events);
+  Data downloadAndKeep(const std::string& url, const std::string& fileName, std::size_t atLeast);
+
+  void loadFromFile(const MonthRequest& request);
+  void downloadFromUrl(const MonthRequest& request);
+  void refreshDataForStation(const StationPtr& station, const std::string& key);
+  void downloadForFavorite(const std::string& fileName, const StationPtr& station, std::int64_t year);
+  void finishRangeFetch(const StationPtr& station, Date from, Date to, const Data& data,
+                        EventsCompletion completion);
+  void prefetchYear(const StationPtr& station, std::int64_t year, const std::string& fileName);
+  void postOnMain(void (TideDataProvider::*operation)(UserInfo), const StationPtr& station, Date date);
+  /// Runs `job` on a queue unless the provider is being destroyed by then.
+  void enqueue(Executor& queue, UniqueFunction<void()> job);
+
+  const Host host_;
+  const std::shared_ptr<FileAccess> files_;
+  const std::shared_ptr<TideEventDiskCache> diskCache_;
+  TideDataCache _cache;
+  const std::unique_ptr<PendingOperations> _pendingOperations;
+  const std::unique_ptr<YearFileMemo> yearFiles_;
+  const std::shared_ptr<WorkScope> work_;
+  std::mutex _lock;
+
+  std::atomic<bool> _hasLoadedStations = false;
+  std::mutex loadMutex_;  // guards the two below
+  std::condition_variable loadEnded_;
+  std::thread::id loadingThread_;  // of a load under way
+
+  std::shared_ptr<Executor> _loadqueue;      // year-file loads
+  std::shared_ptr<Executor> _downloadqueue;  // downloads, refreshes, favourite downloads
+  std::shared_ptr<HttpFetcher> fetcher_;
+};
+
+}  // namespace marlune

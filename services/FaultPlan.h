@@ -30,8 +30,8 @@ struct Fault {
   std::chrono::milliseconds delay{0};  ///< before anything else happens, whatever the kind
   std::size_t bytes = 0;
   int status = 0;  ///< 0: 302 for a redirect, 500 for a bare status, 200 for a page
-  std::string address;
-  std::string match;  ///< only for requests whose path and query contain this text
+  std::string address = {};
+  std::string match = {};  ///< only for requests whose path and query contain this text
   int times = 1;      ///< for so many requests; 0: until cleared
 };
 

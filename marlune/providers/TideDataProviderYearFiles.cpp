@@ -51,8 +51,12 @@ std::string TideDataProvider::fileNameForStation(std::string_view stationId, std
 
 std::string TideDataProvider::getTideDataEndpointForStation(const StationPtr& station,
                                                             std::int64_t year) const {
-  return fmt::format("http://{}/v1/tideapi.php?op=highlowtide&id={}&year={}&version=1&format=xml",
-                     host_.settings.tideApiHost,
+  const DeploymentSettings& settings = host_.settings;
+  std::string_view base = settings.servicesBaseURL;
+  while (base.ends_with('/')) base.remove_suffix(1);
+  const std::string ownHost = "http://" + settings.tideApiHost;
+  return fmt::format("{}/v1/tideapi.php?op=highlowtide&id={}&year={}&version=1&format=xml",
+                     base.empty() ? std::string_view(ownHost) : base,
                      station && station->stationId ? std::string_view(*station->stationId) : "",
                      static_cast<std::int32_t>(year));
 }

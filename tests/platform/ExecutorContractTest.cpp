@@ -158,7 +158,7 @@ TEST(QueueTest, runsAsManyAtATimeAsItMay) {
   std::atomic<bool> opened = false;
   const auto gate = allRunning.get_future().share();
   for (int i = 0; i < 20; ++i) {
-    queue->post([&, gate] {
+    queue->post([&, gate, i] {
       const int now = ++running;
       int seen = most;
       while (seen < now && !most.compare_exchange_weak(seen, now)) {

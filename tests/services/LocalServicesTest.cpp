@@ -21,9 +21,7 @@
 namespace marlune::services {
 namespace {
 
-using std::chrono_literals::operator""s;
-using std::chrono_literals::operator""ms;
-using std::chrono_literals::operator""h;
+using namespace std::chrono_literals;
 
 constexpr const char* kYear = "/v1/tideapi.php?op=highlowtide&id=398997177&year=2026&version=1&format=xml";
 

@@ -269,7 +269,7 @@ bool CurlTransfer::takeHeader(std::string_view line) {
     headComplete_ = false;
     gunzip_.reset();
   }
-  if (trimmed(line).empty()) headComplete_ = true;
+  if (line == "\r\n" || line == "\n") headComplete_ = true;
   headerSize_ += line.size();
   if (headerSize_ > maximumHeaderSize) {
     fault_ = fmt::format("more than {} bytes of headers", maximumHeaderSize);

@@ -66,7 +66,8 @@ class MARLUNE_API FileSystem {
   /// `folder` as for `write`.
   virtual bool move(const std::string& from, const std::string& folder, const std::string& to) = 0;
 
-  /// The names in `folder`, in no order and without "." and ".."; nothing when it cannot be listed.
+  /// The names in `folder`, in no order and without ".", ".." and temporary files of writers; nothing when it
+  /// cannot be listed.
   virtual std::optional<std::vector<std::string>> list(const std::string& folder) = 0;
 };
 

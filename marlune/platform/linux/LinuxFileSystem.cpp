@@ -1,0 +1,196 @@
+#include "marlune/platform/linux/LinuxFileSystem.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <ctime>
+#include <utility>
+
+#include "marlune/platform/linux/TemporaryFile.h"
+#include "marlune/platform/linux/WholeFile.h"
+
+namespace marlune {
+namespace {
+
+constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
+
+std::int64_t nanoseconds(const timespec& time) {
+  return static_cast<std::int64_t>(time.tv_sec) * nanosecondsPerSecond + time.tv_nsec;
+}
+
+timespec timespecOf(Date date) {
+  // Held to the years that every file system can store as 64-bit seconds and nanoseconds() can return.
+  const double seconds = std::fmin(std::fmax(secondsOf(date), -9.2e9), 9.2e9);
+  const double whole = std::floor(seconds);
+  timespec time{};
+  time.tv_sec = static_cast<time_t>(whole);
+  time.tv_nsec = static_cast<long>((seconds - whole) * 1e9);
+  return time;
+}
+
+/// A zero byte would end the path for the system, which would then take another file than was meant.
+bool usable(const std::string& path) {
+  return !path.empty() && path.find('\0') == std::string::npos;
+}
+
+/// The folder that `path` lies in, when `path` lies in `folder` or below it and names a file.
+std::optional<std::string> parentWithin(const std::string& folder, const std::string& path) {
+  if (!usable(path) || folder.empty() || path.size() <= folder.size() + 1) return std::nullopt;
+  if (path.compare(0, folder.size(), folder) != 0 || path[folder.size()] != '/') return std::nullopt;
+  std::string_view rest = std::string_view(path).substr(folder.size() + 1);
+  while (true) {
+    const std::size_t slash = rest.find('/');
+    if (!isPlainName(rest.substr(0, slash))) return std::nullopt;
+    if (slash == std::string_view::npos) break;
+    rest.remove_prefix(slash + 1);
+  }
+  return path.substr(0, path.size() - rest.size() - 1);
+}
+
+bool syncFolder(const std::string& folder) {
+  const FileDescriptor directory(
+      uninterrupted([&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+  if (!directory) return false;
+  // Some file systems cannot flush a folder and need not.
+  return uninterrupted([&] { return ::fsync(directory.get()); }) == 0 || errno == EINVAL;
+}
+
+bool makeFolders(const std::string& folder, bool flush) {
+  if (::mkdir(folder.c_str(), 0777) != 0) {
+    if (errno == EEXIST) return true;  // perhaps made by another process this moment
+    const std::size_t slash = folder.find_last_of('/');
+    if (errno != ENOENT || slash == std::string::npos || slash == 0) return false;
+    if (!makeFolders(folder.substr(0, slash), flush)) return false;
+    if (::mkdir(folder.c_str(), 0777) != 0) return errno == EEXIST;
+  }
+  if (!flush) return true;
+  const std::size_t slash = folder.find_last_of('/');
+  return slash == std::string::npos || syncFolder(slash == 0 ? "/" : folder.substr(0, slash));
+}
+
+bool isRegularFile(const std::string& path) {
+  struct stat status {};
+  return ::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+struct Destination {
+  const std::string& folder;  // made when it is missing
+  const std::string& parent;  // where the file lies
+  const std::string& path;
+};
+
+bool store(const Destination& to, std::string_view bytes, const std::optional<timespec>& modified,
+           FileSystem::Durability durability) {
+  const bool flush = durability == FileSystem::Durability::userData;
+  // Sweeps of other processes and the folder's removal can take a temporary away; neither happens often, so a
+  // few attempts tell bad luck from a folder that stays missing.
+  for (int attempt = 0; attempt < 4; ++attempt) {
+    TemporaryFile temporary(to.parent);
+    if (!temporary) {
+      if (errno == EEXIST) continue;
+      // Looked after only now: nearly always the folder is there, and asking first would cost every write.
+      if (errno != ENOENT || !makeFolders(to.folder, flush)) return false;
+      continue;
+    }
+    if (!temporary.fill(bytes, modified, flush)) return false;
+    const auto outcome = temporary.rename(to.path);
+    if (outcome == TemporaryFile::Outcome::done) return !flush || syncFolder(to.parent);
+    if (outcome == TemporaryFile::Outcome::failed) return false;
+  }
+  return false;
+}
+
+}  // namespace
+
+LinuxFileSystem::LinuxFileSystem(std::shared_ptr<Clock> clock) : clock_(std::move(clock)) {}
+
+std::optional<Bytes> LinuxFileSystem::read(const std::string& path) {
+  if (!usable(path)) return std::nullopt;
+  return readWholeFile(path);
+}
+
+std::optional<FileIdentity> LinuxFileSystem::identity(const std::string& path) {
+  struct stat status {};
+  if (!usable(path) || ::stat(path.c_str(), &status) != 0) return std::nullopt;
+  FileIdentity identity;
+  identity.device = status.st_dev;
+  identity.inode = status.st_ino;
+  identity.size = static_cast<std::uint64_t>(status.st_size);
+  identity.modified = nanoseconds(status.st_mtim);
+  identity.changed = nanoseconds(status.st_ctim);
+  // The system stamps changes with the time of its last tick, at most 10 ms old: two changes within one tick
+  // carry one time, and a file replaced and removed within it may even get its inode back. Only a change
+  // several ticks old is told from all later ones; a time to come means that the clock was set back, and then
+  // a later change may get an earlier or the same time.
+  timespec now{};
+  ::clock_gettime(CLOCK_REALTIME, &now);
+  const std::int64_t age = nanoseconds(now) - identity.changed;
+  constexpr std::int64_t severalTicks = 50'000'000;
+  identity.settled = age > severalTicks;
+  return identity;
+}
+
+bool LinuxFileSystem::write(const std::string& folder, const std::string& path, std::string_view bytes,
+                            Durability durability) {
+  const auto parent = parentWithin(folder, path);
+  if (!parent) return false;
+  sweepOnce(*parent);
+  std::optional<timespec> modified;
+  if (clock_) modified = timespecOf(clock_->now());
+  return store({folder, *parent, path}, bytes, modified, durability);
+}
+
+bool LinuxFileSystem::remove(const std::string& path) {
+  return usable(path) && ::unlink(path.c_str()) == 0;
+}
+
+bool LinuxFileSystem::exists(const std::string& path) {
+  return usable(path) && ::access(path.c_str(), F_OK) == 0;
+}
+
+bool LinuxFileSystem::move(const std::string& from, const std::string& folder, const std::string& to) {
+  const auto parent = parentWithin(folder, to);
+  // The system would also move a folder, over an empty one even.
+  if (!parent || !usable(from) || !isRegularFile(from)) return false;
+  if (::rename(from.c_str(), to.c_str()) == 0) return true;
+  if (errno == ENOENT && makeFolders(folder, false) && ::rename(from.c_str(), to.c_str()) == 0) return true;
+  if (errno != EXDEV) return false;
+  struct stat status {};
+  if (::stat(from.c_str(), &status) != 0) return false;
+  const auto bytes = readWholeFile(from);
+  if (!bytes || !store({folder, *parent, to}, *bytes, status.st_mtim, Durability::cache)) return false;
+  return ::unlink(from.c_str()) == 0;
+}
+
+std::optional<std::vector<std::string>> LinuxFileSystem::list(const std::string& folder) {
+  if (!usable(folder)) return std::nullopt;
+  struct Close {
+    void operator()(DIR* directory) const { ::closedir(directory); }
+  };
+  const std::unique_ptr<DIR, Close> directory(::opendir(folder.c_str()));
+  if (!directory) return std::nullopt;
+  std::vector<std::string> names;
+  while (true) {
+    errno = 0;
+    // Safe: no other thread reads this stream.
+    const dirent* entry = ::readdir(directory.get());  // NOLINT(concurrency-mt-unsafe)
+    if (entry == nullptr) break;
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != ".." && !name.starts_with(TemporaryFile::prefix)) names.emplace_back(name);
+  }
+  if (errno != 0) return std::nullopt;
+  return names;
+}
+
+void LinuxFileSystem::sweepOnce(const std::string& folder) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (!swept_.insert(folder).second) return;
+  }
+  TemporaryFile::sweep(folder);
+}
+
+}  // namespace marlune

@@ -1,0 +1,41 @@
+#include "marlune/platform/linux/WholeFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace marlune {
+
+std::optional<Bytes> readWholeFile(const std::string& path) {
+  // Not blocking, or opening a pipe that nobody writes to would wait for ever before it can be refused.
+  const FileDescriptor file(
+      uninterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK); }));
+  if (!file) return std::nullopt;
+  struct stat status {};
+  if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+  if (status.st_size < 0 || static_cast<std::size_t>(status.st_size) > largestFile) return std::nullopt;
+
+  Bytes bytes(static_cast<std::size_t>(status.st_size), '\0');
+  std::size_t have = 0;
+  while (have < bytes.size()) {
+    const auto count =
+        uninterrupted([&] { return ::read(file.get(), bytes.data() + have, bytes.size() - have); });
+    // An end before the size is a file cut short under our hands: half of it is nobody's content.
+    if (count <= 0) return std::nullopt;
+    have += static_cast<std::size_t>(count);
+  }
+  return bytes;
+}
+
+bool isPlainName(std::string_view name) {
+  return !name.empty() && name != "." && name != ".." &&
+         name.find_first_of(std::string_view("/\0", 2)) == std::string_view::npos;
+}
+
+bool FileDescriptor::close() {
+  if (value_ < 0) return true;
+  // Never repeated: Linux has released the descriptor even when it says that it was interrupted.
+  return ::close(std::exchange(value_, -1)) == 0 || errno == EINTR;
+}
+
+}  // namespace marlune

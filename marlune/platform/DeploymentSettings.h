@@ -8,10 +8,9 @@ namespace marlune {
 /// address is a scheme, a host and perhaps a path, without a slash at its end; the published path is appended
 /// to it. A key that is empty is sent empty.
 struct DeploymentSettings {
-  /// One base address in place of every remote host: each path below a host is asked below this address.
-  /// Empty: each service at its own.
+  /// One base address (scheme, host, perhaps port and path) that stands in for the host of every remote
+  /// service: each service's paths are asked below it. Empty: every service has its own host.
   std::string servicesBaseURL = {};
-
   /// Host of the tide API, with a port if need be ("tides.example.org"); asked by plain http.
   std::string tideApiHost = "tides.marlune.example";
   std::string globalTidesBaseURL = {};

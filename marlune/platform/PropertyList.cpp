@@ -1,6 +1,7 @@
 #include "marlune/platform/PropertyList.h"
 
 #include <algorithm>
+#include <bit>
 #include <cassert>
 #include <unordered_map>
 
@@ -9,6 +10,9 @@
 namespace marlune {
 
 PropertyList::PropertyList() = default;
+PropertyList::PropertyList(std::in_place_t, bool value) : value_(value) {}
+PropertyList::PropertyList(std::in_place_t, std::uint64_t bits, bool fitsSigned)
+    : value_(fitsSigned ? Value(std::bit_cast<std::int64_t>(bits)) : Value(bits)) {}
 PropertyList::PropertyList(double value) : value_(value) {}
 PropertyList::PropertyList(Date value) : value_(value) {}
 PropertyList::PropertyList(std::string text) : value_(std::move(text)) {}

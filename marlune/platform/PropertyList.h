@@ -48,15 +48,10 @@ class MARLUNE_API PropertyList {
 
   /// An empty dictionary.
   PropertyList();
-  PropertyList(std::same_as<bool> auto value) : value_(value) {}
+  PropertyList(std::same_as<bool> auto value) : PropertyList(std::in_place, value) {}
   template <std::integral Integer>
-  requires(!std::same_as<Integer, bool> && !std::same_as<Integer, char>) PropertyList(Integer value) {
-    if (std::in_range<std::int64_t>(value)) {
-      value_ = static_cast<std::int64_t>(value);
-    } else {
-      value_ = static_cast<std::uint64_t>(value);
-    }
-  }
+  requires(!std::same_as<Integer, bool> && !std::same_as<Integer, char>) PropertyList(Integer value)
+      : PropertyList(std::in_place, static_cast<std::uint64_t>(value), std::in_range<std::int64_t>(value)) {}
   PropertyList(double value);
   PropertyList(Date value);
   PropertyList(std::string text);  // UTF-8
@@ -97,6 +92,9 @@ class MARLUNE_API PropertyList {
   bool operator==(const PropertyList& other) const;
 
  private:
+  PropertyList(std::in_place_t, bool value);
+  PropertyList(std::in_place_t, std::uint64_t bits, bool fitsSigned);
+
   struct Blob {
     Bytes bytes;
     bool operator==(const Blob&) const = default;

@@ -87,7 +87,7 @@ std::optional<TimeZone> TimeZone::named(std::string_view name) {
   return handle;
 }
 
-std::string TimeZone::name() const {
+const std::string& TimeZone::name() const {
   return StoredTimeZone::of(impl_).name;
 }
 

@@ -39,7 +39,8 @@ class MARLUNE_API TimeZone {
   /// counts. Never looks outside the zone database, whatever the text.
   static std::optional<TimeZone> named(std::string_view name);
 
-  std::string name() const;
+  /// The name it was found by; lives as long as the process.
+  const std::string& name() const;
 
   /// Local date and time of an instant (seconds since 1970). Proleptic Gregorian.
   CivilTime civil(std::int64_t instant) const;

@@ -82,8 +82,8 @@ class MARLUNE_API TideDataProvider {
   // Queries load the catalogue first where it is not loaded, unless they say otherwise. A thread that asks
   // during the first load waits for it and sees the catalogue full.
 
-  /// Loads the station list, once.
-  virtual void loadStationData();
+  /// Loads the station list, once. A second thread that asks meanwhile waits for the load to end.
+  void loadStationData();
   virtual bool hasLoadedStations() const;
   virtual void setHasLoadedStations(bool loaded);
 
@@ -213,6 +213,9 @@ class MARLUNE_API TideDataProvider {
   bool checkTideLevel(double level, const TideEvent& a, const TideEvent& b) const;
 
  protected:
+  /// Reads the station list into the cache: the step of loadStationData() that regional providers replace.
+  virtual void readStationList();
+
   /// Ends all work in flight, as the destructor does; nothing starts afterwards.
   void stopWork();
 
@@ -232,13 +235,15 @@ class MARLUNE_API TideDataProvider {
     bool notify = false;
   };
 
-  void loadStationDataOnce();
   std::optional<Bytes> readStationFile() const;
 
   bool loadMonthFromContainer(const StationPtr& station, const std::string& fileName, std::int64_t year,
                               int month, std::optional<Events>& events);
   bool loadMonthFromDocuments(const StationPtr& station, const std::string& fileName, std::int64_t year,
                               int month, std::optional<Events>& events);
+  /// `station` may be none: then only what memory holds under the id is looked at.
+  std::optional<Events> rangeFromMemory(const StationPtr& station, std::string_view stationId,
+                                        std::int64_t begin, std::int64_t end);
   Data downloadAndKeep(const std::string& url, const std::string& fileName, std::size_t atLeast);
 
   void loadFromFile(const MonthRequest& request);
@@ -261,8 +266,9 @@ class MARLUNE_API TideDataProvider {
   const std::shared_ptr<WorkScope> work_;
   std::mutex _lock;
 
-  std::atomic<bool> _hasLoadedStations = false;
-  std::mutex loadMutex_;  // guards the two below
+  std::atomic<bool> _hasLoadedStations = false;  // set when a load begins
+  std::atomic<bool> loading_ = false;
+  std::mutex loadMutex_;  // guards loadingThread_
   std::condition_variable loadEnded_;
   std::thread::id loadingThread_;  // of a load under way
 

@@ -219,14 +219,16 @@ std::optional<std::vector<Date>> crossings(double level, const std::vector<TideE
   return instants;
 }
 
-std::vector<TideEvent> eventsBetween(const std::vector<TideEvent>& events, std::int64_t begin,
-                                     std::int64_t end) {
+std::vector<TideEvent> eventsBetween(std::initializer_list<std::span<const TideEvent>> lists,
+                                     std::int64_t begin, std::int64_t end) {
   const auto inside = [=](const TideEvent& event) {
     return event.timestamp >= begin && event.timestamp <= end;
   };
+  std::ptrdiff_t count = 0;
+  for (const auto& list : lists) count += std::count_if(list.begin(), list.end(), inside);
   std::vector<TideEvent> kept;
-  kept.reserve(static_cast<std::size_t>(std::count_if(events.begin(), events.end(), inside)));
-  std::copy_if(events.begin(), events.end(), std::back_inserter(kept), inside);
+  kept.reserve(static_cast<std::size_t>(count));
+  for (const auto& list : lists) std::copy_if(list.begin(), list.end(), std::back_inserter(kept), inside);
   if (!std::is_sorted(kept.begin(), kept.end(), earlier)) std::stable_sort(kept.begin(), kept.end(), earlier);
   return kept;
 }

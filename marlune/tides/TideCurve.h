@@ -2,9 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <limits>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -89,8 +91,9 @@ MARLUNE_API bool levelOccursBetween(double level, const TideEvent& a, const Tide
 /// does not report its start, a flat pair reports nothing. Nothing for fewer than two events.
 MARLUNE_API std::optional<std::vector<Date>> crossings(double level, const std::vector<TideEvent>& events);
 
-/// The events from `begin` to `end`, both inclusive, ascending; events at one time keep their order.
-MARLUNE_API std::vector<TideEvent> eventsBetween(const std::vector<TideEvent>& events, std::int64_t begin,
-                                                 std::int64_t end);
+/// The events of all the lists from `begin` to `end`, both inclusive, ascending; events at one time keep
+/// their order. Allocates nothing but the answer where the lists follow one another in time.
+MARLUNE_API std::vector<TideEvent> eventsBetween(std::initializer_list<std::span<const TideEvent>> lists,
+                                                 std::int64_t begin, std::int64_t end);
 
 }  // namespace marlune::curve

@@ -9,12 +9,12 @@ namespace marlune {
 TideStation::TideStation(std::optional<std::string> id, std::optional<std::string> externalId,
                          bool subordinate, double latitude, double longitude, std::optional<std::string> name,
                          std::optional<std::string> state, std::optional<std::string> countryName,
-                         std::optional<std::string> timezone)
+                         std::optional<std::string> zoneName)
     : stationId(std::move(id)),
       stationExtId(std::move(externalId)),
       stationName(std::move(name)),
       stateId(std::move(state)),
-      timezoneName(std::move(timezone)),
+      timezoneName(std::move(zoneName)),
       isSubordinate(subordinate),
       country(std::move(countryName)),
       coordinate{latitude, longitude} {}

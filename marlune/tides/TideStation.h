@@ -31,7 +31,7 @@ class MARLUNE_API TideStation {
   TideStation(std::optional<std::string> id, std::optional<std::string> externalId, bool subordinate,
               double latitude, double longitude, std::optional<std::string> name,
               std::optional<std::string> state, std::optional<std::string> countryName,
-              std::optional<std::string> timezone);
+              std::optional<std::string> zoneName);
 
   /// From an archive, by the keys that encodeWithCoder() writes. An absent text is none, an absent number 0,
   /// an absent flag off, save that a record without "IsSubordinate" is subordinate.

@@ -1,0 +1,68 @@
+# Headers, library, resources, and the two ways to find them: a CMake package and a pkg-config file.
+# Both are relocatable: an installed tree may be moved as a whole.
+include(CMakePackageConfigHelpers)
+
+set(MARLUNE_RESOURCE_DIR ${CMAKE_INSTALL_DATADIR}/marlune)
+set(MARLUNE_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/marlune)
+get_target_property(library_type marlune TYPE)
+set(MARLUNE_STATIC ON)
+if(library_type STREQUAL "SHARED_LIBRARY")
+  set(MARLUNE_STATIC OFF)
+endif()
+
+install(TARGETS marlune EXPORT marluneTargets)
+install(EXPORT marluneTargets NAMESPACE marlune:: DESTINATION ${MARLUNE_PACKAGE_DIR})
+
+# A header is published when it declares something published (MARLUNE_API), or when one that is includes it;
+# the others are helpers of a source file and stay at home.
+file(GLOB_RECURSE headers RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/marlune/*.h)
+set(pending marlune/marlune.h)
+foreach(header IN LISTS headers)
+  file(STRINGS ${PROJECT_SOURCE_DIR}/${header} marked REGEX "MARLUNE_API" LIMIT_COUNT 1)
+  if(marked)
+    list(APPEND pending ${header})
+  endif()
+endforeach()
+set(published "")
+while(pending)
+  list(POP_FRONT pending header)
+  if(header IN_LIST published)
+    continue()
+  endif()
+  list(APPEND published ${header})
+  file(STRINGS ${PROJECT_SOURCE_DIR}/${header} includes REGEX "^#include \"marlune/")
+  list(TRANSFORM includes REPLACE "^#include \"([^\"]+)\".*" "\\1")
+  list(APPEND pending ${includes})
+endwhile()
+foreach(header IN LISTS published)
+  cmake_path(GET header PARENT_PATH folder)
+  install(FILES ${PROJECT_SOURCE_DIR}/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${folder})
+endforeach()
+
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/resources/ DESTINATION ${MARLUNE_RESOURCE_DIR})
+
+configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/marluneConfig.cmake.in
+  ${PROJECT_BINARY_DIR}/package/marluneConfig.cmake
+  INSTALL_DESTINATION ${MARLUNE_PACKAGE_DIR} PATH_VARS MARLUNE_RESOURCE_DIR)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/package/marluneConfigVersion.cmake
+  COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/package/marluneConfig.cmake
+  ${PROJECT_BINARY_DIR}/package/marluneConfigVersion.cmake DESTINATION ${MARLUNE_PACKAGE_DIR})
+
+# What a static library stands on belongs to every link with it, not only to fully static ones, which is what
+# pkg-config's private lists are for: those pull in the archives of the archives.
+set(requires expat fmt simdjson libcurl zlib)
+if(MARLUNE_STATIC)
+  list(JOIN requires " " requires)
+  set(MARLUNE_PC_CFLAGS "")
+  set(MARLUNE_PC_LIBS "Requires: ${requires}\nLibs: -L\${libdir} -lmarlune -lcctz -pthread")
+else()
+  list(JOIN requires " " requires)
+  set(MARLUNE_PC_CFLAGS " -DMARLUNE_SHARED")
+  set(MARLUNE_PC_LIBS "Libs: -L\${libdir} -lmarlune\nRequires.private: ${requires}\nLibs.private: -lcctz -pthread")
+endif()
+file(RELATIVE_PATH MARLUNE_PC_TO_PREFIX
+  ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" MARLUNE_PC_TO_PREFIX "${MARLUNE_PC_TO_PREFIX}")
+configure_file(${CMAKE_CURRENT_LIST_DIR}/marlune.pc.in ${PROJECT_BINARY_DIR}/package/marlune.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/package/marlune.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,0 +1,28 @@
+#include <algorithm>
+#include <cstdint>
+#include <string_view>
+
+#include "fuzz/Require.h"
+#include "marlune/platform/Text.h"
+#include "marlune/tides/StationFile.h"
+
+using namespace marlune;
+
+/// Looking one station up finds what reading the whole file lists first under that id.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view text(reinterpret_cast<const char*>(data), size);
+  const auto stations = station_file::stationsOf(text);
+  MARLUNE_FUZZ_REQUIRE(isUtf8(text) || stations.empty());
+  std::size_t looked = 0;
+  for (const auto& station : stations) {
+    MARLUNE_FUZZ_REQUIRE(station && station->stationId && station->country == "United States");
+    if (++looked > 20) break;  // each look-up reads the file
+    const auto found = station_file::stationOf(text, *station->stationId);
+    const auto first = std::find_if(stations.begin(), stations.end(),
+                                    [&](const auto& other) { return other->isEqual(station.get()); });
+    MARLUNE_FUZZ_REQUIRE(found && first != stations.end());
+    MARLUNE_FUZZ_REQUIRE(found->stationName == (*first)->stationName);
+    MARLUNE_FUZZ_REQUIRE(found->timezoneName == (*first)->timezoneName);
+  }
+  return 0;
+}

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "marlune/platform/Data.h"
+#include "marlune/platform/Executor.h"
+#include "marlune/platform/Export.h"
+#include "marlune/platform/HttpClient.h"
+#include "marlune/platform/UniqueFunction.h"
+
+namespace marlune {
+
+/// Fetches whole resources for one owner, and can give all of them up at once. The status of an answer is not
+/// looked at: who asks judges the bytes. Held by shared_ptr. Calls are safe from any thread.
+class MARLUNE_API HttpFetcher : public std::enable_shared_from_this<HttpFetcher> {
+ public:
+  /// Called exactly once, on `callbacks` or, where that no longer runs it, wherever it is dropped.
+  using Completion = UniqueFunction<void(Data)>;
+
+  HttpFetcher(std::shared_ptr<HttpClient> client, std::shared_ptr<Executor> callbacks);
+
+  /// The bytes at a published address; an empty pointer when no whole answer came. Waits: not for the main
+  /// thread and not for the client's own.
+  Data fetchAndWait(const std::string& publishedUrl);
+
+  /// The same without waiting.
+  void fetch(const std::string& publishedUrl, Completion completion);
+
+  /// Cancels what is under way, refuses what comes and lets go of the callback executor; every completion
+  /// has been called when it returns, save one that called this itself.
+  void stop();
+
+ private:
+  bool start(const std::string& publishedUrl, UniqueFunction<void(Data)> done);
+  void ended(std::uint64_t number);
+
+  const std::shared_ptr<HttpClient> client_;
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::shared_ptr<Executor> callbacks_;  // null once stopped
+  bool stopped_ = false;
+  std::uint64_t lastNumber_ = 0;
+  std::map<std::uint64_t, std::shared_ptr<HttpTransfer>> underWay_;  // null until send() has returned
+};
+
+}  // namespace marlune

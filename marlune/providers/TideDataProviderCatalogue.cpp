@@ -1,0 +1,130 @@
+#include <utility>
+
+#include "marlune/providers/TideDataProvider.h"
+#include "marlune/tides/StationFile.h"
+
+// The catalogue section of the provider.
+
+namespace marlune {
+
+bool TideDataProvider::hasLoadedStations() const {
+  return _hasLoadedStations;
+}
+
+void TideDataProvider::setHasLoadedStations(bool loaded) {
+  _hasLoadedStations = loaded;
+}
+
+void TideDataProvider::loadStationData() {
+  if (hasLoadedStations() && !loading_) return;
+  {
+    std::unique_lock lock(loadMutex_);
+    // What the load itself asks of the provider must not wait for the load.
+    if (loadingThread_ == std::this_thread::get_id()) return;
+    loadEnded_.wait(lock, [this] { return !loading_; });
+    if (hasLoadedStations()) return;
+    loading_ = true;  // before the flag, so that whoever sees the flag sees this too
+    loadingThread_ = std::this_thread::get_id();
+    setHasLoadedStations(true);
+  }
+  readStationList();
+  const std::lock_guard lock(loadMutex_);
+  loadingThread_ = std::thread::id();
+  loading_ = false;
+  loadEnded_.notify_all();
+}
+
+void TideDataProvider::readStationList() {
+  const auto text = readStationFile();
+  if (!text) return;
+  const auto stations = station_file::stationsOf(*text);
+  _cache.removeAllStations();
+  _cache.addStationsToCache(stations);
+}
+
+std::optional<Bytes> TideDataProvider::readStationFile() const {
+  return host_.resources->read("stations_master_usa2.txt");
+}
+
+TideDataProvider::StationPtr TideDataProvider::parseLineFromStationFile(std::string_view line) const {
+  return station_file::stationOfLine(line);
+}
+
+TideDataProvider::StationPtr TideDataProvider::loadStationDataForStationId(std::string_view stationId) {
+  const auto text = readStationFile();
+  if (!text) return nullptr;
+  const auto station = station_file::stationOf(*text, stationId);
+  if (station) _cache.addStationsToCache({station});
+  return station;
+}
+
+TideDataProvider::StationPtr TideDataProvider::getTideStationById(std::string_view stationId) {
+  loadStationData();
+  return _cache.getTideStationById(stationId);
+}
+
+TideDataProvider::Stations TideDataProvider::getAllTideStations() {
+  loadStationData();
+  return _cache.getAllStations();
+}
+
+std::size_t TideDataProvider::getTideStationGroupCount() {
+  loadStationData();
+  return _cache.getTideStationGroupCount();
+}
+
+std::vector<std::string> TideDataProvider::getTideStationStates() {
+  loadStationData();
+  return _cache.getTideStationStates();
+}
+
+std::optional<TideDataProvider::Stations> TideDataProvider::getTideStationsForState(std::string_view state) {
+  loadStationData();
+  return _cache.getTideStationsForState(state);
+}
+
+TideDataProvider::Stations TideDataProvider::getStationsByNearest(Coordinate coordinate) {
+  return _cache.stationTables()->byDistance(coordinate);
+}
+
+TideDataProvider::Stations TideDataProvider::getStationsInMapVisibleRect(const MapRect& rect) {
+  return _cache.stationTables()->inMapRect(rect);
+}
+
+TideDataProvider::Stations TideDataProvider::getStationsByRegionBoundary(Coordinate southWest,
+                                                                         Coordinate northEast) {
+  Stations inside;
+  for (const auto& station : _cache.stationTables()->all()) {
+    const Coordinate& at = station->coordinate;
+    if (southWest.latitude < at.latitude && southWest.longitude < at.longitude &&
+        at.latitude < northEast.latitude && at.longitude < northEast.longitude) {
+      inside.push_back(station);
+    }
+  }
+  return inside;
+}
+
+TideDataProvider::StationPtr TideDataProvider::getDefaultTideStation() const {
+  auto station = std::make_shared<TideStation>();
+  station->stationId = "398997177";
+  station->stationExtId = "9413745";
+  station->stationName = "Santa Cruz, Monterey Bay";
+  station->stateId = "California";
+  station->timezoneName = "America/Los_Angeles";
+  station->coordinate = {36.9583, -122.017};
+  return station;
+}
+
+bool TideDataProvider::tideLevelUnitInMeters() const {
+  return false;
+}
+
+bool TideDataProvider::defaultUnitIsMeters() const {
+  return false;
+}
+
+void TideDataProvider::clearCache() {
+  _cache.removeAllTideData();
+}
+
+}  // namespace marlune

@@ -1,0 +1,212 @@
+#include <fmt/format.h>
+
+#include <utility>
+
+#include "marlune/platform/HttpFetcher.h"
+#include "marlune/providers/TideDataProvider.h"
+#include "marlune/providers/YearFileMemo.h"
+#include "marlune/providers/YearFileRules.h"
+#include "marlune/tides/MonthRange.h"
+
+// The sections of prediction documents, year files and months of the provider.
+
+namespace marlune {
+
+using namespace year_file_rules;
+
+// --- Prediction documents ---
+
+std::optional<TideDataProvider::Events> TideDataProvider::getHighLowTideDataFromNSData(
+    const Data& data, const StationPtr& station, std::int64_t year, int month) {
+  if (!data || !station) {
+    host_.log->line("[TideDataProvider] Error: Nil parameter passed to getHighLowTideDataFromNSData");
+    return std::nullopt;
+  }
+  const auto zone = station->getTimezone();
+  const InstantRange range =
+      monthRangeWithMargins(zone ? Calendar(*zone) : calendarForStation(station), year, month);
+  const auto document = yearFiles_->parsed(data);
+  if (!document) return std::nullopt;
+  Events events;
+  for (const TideEvent& event : *document) {
+    if (event.timestamp >= range.begin && event.timestamp <= range.end) events.push_back(event);
+  }
+  return events;
+}
+
+int TideDataProvider::GetNumberOfDaysInMonth(std::int64_t month, std::int64_t year) const {
+  return daysInMonth(month, year);
+}
+
+TideDataProvider::Events TideDataProvider::filterEventsToDate(const Events& events, std::int64_t beginTs,
+                                                              std::int64_t endTs) const {
+  return curve::eventsBetween({events}, beginTs, endTs);
+}
+
+// --- Year files ---
+
+std::string TideDataProvider::fileNameForStation(std::string_view stationId, std::int64_t year) const {
+  return fmt::format("{}{}.xml", static_cast<std::int32_t>(year), stationId);
+}
+
+std::string TideDataProvider::getTideDataEndpointForStation(const StationPtr& station,
+                                                            std::int64_t year) const {
+  const DeploymentSettings& settings = host_.settings;
+  std::string_view base = settings.servicesBaseURL;
+  while (base.ends_with('/')) base.remove_suffix(1);
+  const std::string ownHost = "http://" + settings.tideApiHost;
+  return fmt::format("{}/v1/tideapi.php?op=highlowtide&id={}&year={}&version=1&format=xml",
+                     base.empty() ? std::string_view(ownHost) : base,
+                     station && station->stationId ? std::string_view(*station->stationId) : "",
+                     static_cast<std::int32_t>(year));
+}
+
+Data TideDataProvider::loadDataAtFilePath(std::string_view fileName) {
+  const auto path = files_->pathInContainer(kGroupContainerName, fileName);
+  return path ? yearFiles_->load(*files_->files(), *path) : nullptr;
+}
+
+void TideDataProvider::loadDataAtURL(const std::string& url, const std::string& fileName,
+                                     DataCompletion completion) {
+  completion(downloadAndKeep(url, fileName, bytesToKeepDownload));
+}
+
+Data TideDataProvider::downloadAndKeep(const std::string& url, const std::string& fileName,
+                                       std::size_t atLeast) {
+  const auto begun = host_.clock->monotonic();
+  Data data = fetcher_->fetchAndWait(url);
+  const double seconds = std::chrono::duration<double>(host_.clock->monotonic() - begun).count();
+  const bool accepted = data && data->size() >= atLeast;
+  if (accepted) {
+    files_->saveFileInContainer(kGroupContainerName, fileName, *data);
+  } else {
+    data = nullptr;
+  }
+  host_.notifications->post({accepted ? notifications::downloaded : notifications::downloadFailed, this,
+                             UserInfo{{"filename", fileName}, {"duration", seconds}}});
+  return data;
+}
+
+void TideDataProvider::saveDefaultStationFileFromBundle() {
+  const Calendar calendar(host_.deviceTimeZone->current());
+  const std::string name = fmt::format("{}398997177.xml", calendar.components(host_.clock->now()).year);
+  if (files_->fileExistsInContainer(kGroupContainerName, name)) return;
+  if (const auto bytes = host_.resources->read(name)) {
+    files_->saveFileInContainer(kGroupContainerName, name, *bytes);
+  }
+}
+
+// --- Months ---
+
+bool TideDataProvider::loadMonthFromContainer(const StationPtr& station, const std::string& fileName,
+                                              std::int64_t year, int month, std::optional<Events>& events) {
+  if (!files_->fileExistsInContainer(kGroupContainerName, fileName)) return false;
+  events = getHighLowTideDataFromNSData(loadDataAtFilePath(fileName), station, year, month);
+  _cache.addTideData(station->stationId, events, calendarForStation(station));
+  return true;
+}
+
+bool TideDataProvider::loadMonthFromDocuments(const StationPtr& station, const std::string& fileName,
+                                              std::int64_t year, int month, std::optional<Events>& events) {
+  if (!files_->fileExists(fileName)) return false;
+  events = getHighLowTideDataFromNSData(files_->loadFile(fileName), station, year, month);
+  _cache.addTideData(station->stationId, events, calendarForStation(station));
+  files_->moveFileToSharedContainer(kGroupContainerName, fileName);
+  return true;
+}
+
+bool TideDataProvider::populateCacheForStation(const StationPtr& station, std::int64_t year, int month) {
+  if (!station || !station->stationId) return false;
+  if (_cache.containsTideData(*station->stationId, year, month)) return true;
+  if (const auto stored = diskCache_->cachedEvents(*station->stationId, year, month);
+      stored && !stored->empty()) {
+    _cache.addTideData(station->stationId, stored, calendarForStation(station));
+    return true;
+  }
+  const std::string fileName = fileNameForStation(*station->stationId, year);
+  std::optional<Events> events;
+  if (!loadMonthFromContainer(station, fileName, year, month, events) &&
+      !loadMonthFromDocuments(station, fileName, year, month, events)) {
+    return false;
+  }
+  if (events && !events->empty()) diskCache_->cacheEvents(*events, *station->stationId, year, month);
+  return true;
+}
+
+std::optional<TideDataProvider::Events> TideDataProvider::tideEventsForStation(const StationPtr& station,
+                                                                               std::int64_t year, int month,
+                                                                               std::int64_t beginTs,
+                                                                               std::int64_t endTs) {
+  if (!station || !station->stationId) return std::nullopt;
+  std::optional<Events> events;
+  const MonthList cached = _cache.getTideData(*station->stationId, year, month);
+  if (!cached || cached->size() <= eventsToUseMonth) {
+    const std::string fileName = fileNameForStation(*station->stationId, year);
+    const bool onDisk = loadMonthFromContainer(station, fileName, year, month, events) ||
+                        loadMonthFromDocuments(station, fileName, year, month, events);
+    // A file that cannot be read as a document is as good as none; left alone it would never be mended.
+    if (!onDisk || !events) {
+      loadDataAtURL(getTideDataEndpointForStation(station, year), fileName, [&](const Data& data) {
+        if (!data || data->size() < bytesToUseDownload) return;
+        events = getHighLowTideDataFromNSData(data, station, year, month);
+        _cache.addTideData(station->stationId, events, calendarForStation(station));
+      });
+    }
+    if (onDisk || events) {
+      if (!events || events->empty()) return std::nullopt;
+      return filterEventsToDate(*events, beginTs, endTs);
+    }
+  }
+  if (!cached || cached->empty()) return std::nullopt;
+  return filterEventsToDate(*cached, beginTs, endTs);
+}
+
+MonthList TideDataProvider::getTideData(std::string_view stationId, std::int64_t year, int month) const {
+  return _cache.getTideData(stationId, year, month);
+}
+
+std::optional<TideDataProvider::Events> TideDataProvider::getTideDataByTimestamp(std::string_view stationId,
+                                                                                 std::int64_t begin,
+                                                                                 std::int64_t end) {
+  if (const StationPtr station = getTideStationById(stationId))
+    return getTideDataByTimestamp(station, begin, end);
+  return rangeFromMemory(nullptr, stationId, begin, end);
+}
+
+std::optional<TideDataProvider::Events> TideDataProvider::getTideDataByTimestamp(const StationPtr& station,
+                                                                                 std::int64_t begin,
+                                                                                 std::int64_t end) {
+  if (!station || !station->stationId) return std::nullopt;
+  loadStationData();
+  return rangeFromMemory(station, *station->stationId, begin, end);
+}
+
+std::optional<TideDataProvider::Events> TideDataProvider::rangeFromMemory(const StationPtr& station,
+                                                                          std::string_view stationId,
+                                                                          std::int64_t begin,
+                                                                          std::int64_t end) {
+  const Calendar calendar = calendarForStation(station);
+  const CivilTime first = calendar.components(begin);
+  const CivilTime last = calendar.components(end);
+  populateCacheForStation(station, first.year, first.month);
+  const bool sameMonth = first.year == last.year && first.month == last.month;
+  if (sameMonth) {
+    const MonthList list = _cache.getTideData(stationId, first.year, first.month);
+    return list ? std::optional(curve::eventsBetween({*list}, begin, end)) : std::nullopt;
+  }
+  populateCacheForStation(station, last.year, last.month);
+  static const Events nothing;
+  const MonthList head = _cache.getTideData(stationId, first.year, first.month);
+  const MonthList tail = _cache.getTideData(stationId, last.year, last.month);
+  return curve::eventsBetween({head ? *head : nothing, tail ? *tail : nothing}, begin, end);
+}
+
+std::optional<TideEvent> TideDataProvider::firstCachedTideEvent() const {
+  return _cache.firstTideEvent();
+}
+
+std::optional<TideEvent> TideDataProvider::lastCachedTideEvent() const {
+  return _cache.lastTideEvent();
+}
+
+}  // namespace marlune

@@ -1,0 +1,223 @@
+#include "marlune/platform/KeyedArchive.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace marlune {
+namespace {
+
+using Array = PropertyList::Array;
+using Dictionary = PropertyList::Dictionary;
+using Uid = PropertyList::Uid;
+
+struct Buoy {
+  std::optional<std::string> name;
+  std::optional<std::string> water;
+  void encodeWithCoder(KeyedEncoder& encoder) const {
+    encoder.encodeText("Name", name);
+    encoder.encodeInt32("Depth", -40);
+    encoder.encodeDouble("Latitude", 44.5);
+    encoder.encodeText("Water", water);
+    encoder.encodeBool("Lit", true);
+    encoder.encodeText("$class", "a field may have any name");
+  }
+};
+
+Dictionary description(const std::string& name, Array chain) {
+  return {{"$classname", name}, {"$classes", std::move(chain)}};
+}
+
+PropertyList archiveOf(Array objects, Uid root = Uid{1}) {
+  return Dictionary{{"$version", 100000},
+                    {"$archiver", "NSKeyedArchiver"},
+                    {"$top", Dictionary{{"root", root}}},
+                    {"$objects", std::move(objects)}};
+}
+
+std::optional<KeyedUnarchiver> open(const PropertyList& list) {
+  return KeyedUnarchiver::open(*writeBinaryPropertyList(list));
+}
+
+TEST(KeyedArchiver, ShapeOfAList) {
+  const Buoy one{"Portland", "Gulf"};
+  const Buoy two{std::nullopt, "Gulf"};
+  const auto bytes =
+      KeyedArchiver::archiveList({KeyedArchiver::object("Buoy", one), KeyedArchiver::object("Buoy", two)});
+  ASSERT_TRUE(bytes);
+  const auto record = [](Uid name, Uid escaped) {
+    return Dictionary{{"Name", name}, {"Depth", -40},       {"Latitude", 44.5}, {"Water", Uid{4}},
+                      {"Lit", true},  {"$$class", escaped}, {"$class", Uid{6}}};
+  };
+  EXPECT_EQ(readPropertyList(*bytes),
+            archiveOf({"$null", Dictionary{{"NS.objects", Array{Uid{2}, Uid{7}}}, {"$class", Uid{8}}},
+                       record(Uid{3}, Uid{5}), "Portland", "Gulf", "a field may have any name",
+                       description("Buoy", {"Buoy", "NSObject"}), record(Uid{0}, Uid{5}),
+                       description("NSArray", {"NSArray", "NSObject"})}));
+}
+
+TEST(KeyedArchiver, RoundTrip) {
+  const Buoy buoy{"Vy\u0161n\u00E1", std::nullopt};
+  const auto archive = KeyedUnarchiver::open(*KeyedArchiver::archive(KeyedArchiver::object("Buoy", buoy)));
+  ASSERT_TRUE(archive);
+  EXPECT_FALSE(archive->rootList());
+  const auto object = archive->rootObject();
+  ASSERT_TRUE(object);
+  EXPECT_EQ(object->className(), "Buoy");
+  EXPECT_TRUE(object->isKindOf("NSObject"));
+  EXPECT_FALSE(object->isKindOf("Buo"));
+  EXPECT_EQ(object->decodeText("Name"), buoy.name);
+  EXPECT_EQ(object->decodeText("Water"), std::nullopt);
+  EXPECT_TRUE(object->containsValue("Water"));
+  EXPECT_FALSE(object->containsValue("Air"));
+  EXPECT_EQ(object->decodeInt32("Depth"), -40);
+  EXPECT_EQ(object->decodeDouble("Latitude"), 44.5);
+  EXPECT_TRUE(object->decodeBool("Lit"));
+  EXPECT_EQ(object->decodeText("$class"), "a field may have any name");
+
+  const auto empty = KeyedUnarchiver::open(*KeyedArchiver::archiveList({}));
+  ASSERT_TRUE(empty);
+  EXPECT_FALSE(empty->rootObject());
+  ASSERT_TRUE(empty->rootList());
+  EXPECT_TRUE(empty->rootList()->empty());
+
+  EXPECT_FALSE(KeyedArchiver::archive(KeyedArchiver::object("Buoy", Buoy{"\xFF", {}})));
+}
+
+TEST(KeyedUnarchiver, FieldsOfOtherKindsCountAsAbsentOrConvert) {
+  const double nan = std::nan("");
+  const auto archive =
+      open(archiveOf({"$null",
+                      Dictionary{{"inline", "text"},
+                                 {"reference", Uid{2}},
+                                 {"string", Uid{3}},
+                                 {"mutable", Uid{4}},
+                                 {"indirect", Uid{5}},
+                                 {"nowhere", Uid{99}},
+                                 {"self", Uid{1}},
+                                 {"nil", Uid{0}},
+                                 {"five", 5},
+                                 {"zero", 0},
+                                 {"minus", -2.75},
+                                 {"yes", true},
+                                 {"large", std::int64_t{1} << 31},
+                                 {"smallest", std::numeric_limits<std::int32_t>::min()},
+                                 {"largest", std::numeric_limits<std::int32_t>::max()},
+                                 {"huge", ~0ull},
+                                 {"nan", nan},
+                                 {"object", Uid{6}}},
+                      "two", Dictionary{{"NS.string", "three"}, {"$class", Uid{7}}},
+                      Dictionary{{"NS.string", "four"}, {"$class", Uid{8}}},
+                      Dictionary{{"NS.string", Uid{2}}, {"$class", Uid{7}}},
+                      Dictionary{{"NS.string", "no text"}}, description("NSString", {"NSString", "NSObject"}),
+                      description("NSMutableString", {"NSMutableString", "NSString", "NSObject"})}));
+  ASSERT_TRUE(archive);
+  const auto object = archive->rootObject();
+  ASSERT_TRUE(object);
+  EXPECT_EQ(object->className(), "");
+
+  const std::pair<const char*, std::optional<std::string>> texts[] = {
+      {"reference", "two"},     {"string", "three"},       {"mutable", "four"},      {"indirect", "two"},
+      {"inline", std::nullopt}, {"nowhere", std::nullopt}, {"self", std::nullopt},   {"nil", std::nullopt},
+      {"five", std::nullopt},   {"object", std::nullopt},  {"absent", std::nullopt},
+  };
+  for (const auto& [key, text] : texts) EXPECT_EQ(object->decodeText(key), text) << key;
+
+  struct Number {
+    const char* key;
+    std::int32_t integer;
+    double real;
+    bool boolean;
+  };
+  const Number numbers[] = {
+      {"five", 5, 5, true},
+      {"zero", 0, 0, false},
+      {"minus", -2, -2.75, true},
+      {"yes", 1, 1, true},
+      {"large", 0, 2147483648.0, true},
+      {"smallest", std::numeric_limits<std::int32_t>::min(), -2147483648.0, true},
+      {"largest", std::numeric_limits<std::int32_t>::max(), 2147483647.0, true},
+      {"huge", 0, 18446744073709551615.0, true},
+      {"reference", 0, 0, false},
+      {"inline", 0, 0, false},
+      {"nil", 0, 0, false},
+      {"absent", 0, 0, false},
+  };
+  for (const auto& number : numbers) {
+    EXPECT_EQ(object->decodeInt32(number.key), number.integer) << number.key;
+    EXPECT_EQ(object->decodeDouble(number.key), number.real) << number.key;
+    EXPECT_EQ(object->decodeBool(number.key), number.boolean) << number.key;
+  }
+  EXPECT_EQ(object->decodeInt32("nan"), 0);
+}
+
+TEST(KeyedUnarchiver, ListsAndSubclasses) {
+  const auto elements = [](const std::string& listClass) {
+    const auto archive = open(archiveOf(
+        {"$null",
+         Dictionary{{"NS.objects", Array{Uid{3}, Uid{0}, Uid{99}, Uid{4}, "inline", Uid{1}, Uid{3}}},
+                    {"$class", Uid{2}}},
+         description(listClass, {listClass, "NSObject"}), Dictionary{{"n", 3}, {"$class", Uid{5}}}, "text",
+         description("BigBuoy", {"BigBuoy", "Buoy", "NSObject"})}));
+    return archive ? archive->rootList() : std::nullopt;
+  };
+  for (const char* name : {"NSArray", "NSMutableArray", "NSSet", "NSMutableSet"}) {
+    const auto list = elements(name);
+    ASSERT_TRUE(list) << name;
+    ASSERT_EQ(list->size(), 4u) << name;
+    EXPECT_TRUE((*list)[0].isKindOf("Buoy"));
+    EXPECT_EQ((*list)[0].className(), "BigBuoy");
+    EXPECT_EQ((*list)[1].className(), "");  // the text
+    EXPECT_FALSE((*list)[1].decodeText("n"));
+    EXPECT_EQ((*list)[2].className(), name);  // the list in itself
+    EXPECT_EQ((*list)[3].decodeInt32("n"), 3);
+  }
+  EXPECT_FALSE(elements("NSDictionary"));
+}
+
+TEST(KeyedUnarchiver, WhatIsNoArchive) {
+  const Array objects{"$null", Dictionary{{"$class", Uid{1}}}};
+  ASSERT_TRUE(open(archiveOf(objects)));
+  EXPECT_FALSE(open(archiveOf(objects))->rootObject()->isKindOf("NSObject"));  // its own class
+  const auto with = [&](std::string_view key, PropertyList value) {
+    PropertyList list = archiveOf(objects);
+    list.set(key, std::move(value));
+    return list;
+  };
+  const PropertyList bad[] = {
+      with("$version", 100001),
+      with("$version", "100000"),
+      with("$archiver", "NSArchiver"),
+      with("$top", Dictionary{}),
+      with("$top", Dictionary{{"root", 1}}),
+      with("$top", Dictionary{{"root", Uid{0}}}),
+      with("$top", Dictionary{{"root", Uid{2}}}),
+      with("$top", Dictionary{{"root", Uid{~0ull}}}),
+      with("$objects", Array{}),
+      with("$objects", Dictionary{}),
+      Array{},
+      Dictionary{},
+      "text",
+  };
+  for (std::size_t i = 0; i < std::size(bad); ++i) EXPECT_FALSE(open(bad[i])) << "case " << i;
+  EXPECT_FALSE(KeyedUnarchiver::open(""));
+  EXPECT_FALSE(KeyedUnarchiver::open("bplist00"));
+  EXPECT_TRUE(KeyedUnarchiver::open(*writeXmlPropertyList(archiveOf(objects))));
+}
+
+TEST(KeyedDecoder, OutlivesItsUnarchiver) {
+  std::optional<KeyedDecoder> object;
+  {
+    const auto archive =
+        KeyedUnarchiver::open(*KeyedArchiver::archive(KeyedArchiver::object("Buoy", Buoy{"Casco", {}})));
+    object = archive->rootObject();
+  }
+  EXPECT_EQ(object->decodeText("Name"), "Casco");
+}
+
+}  // namespace
+}  // namespace marlune

@@ -1,0 +1,100 @@
+#include "services/StationCatalogue.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <string>
+
+#include "services/Harmonics.h"
+#include "services/YearDocument.h"
+
+namespace marlune::services {
+namespace {
+
+const std::string kFile =
+    std::string(MARLUNE_SOURCE_RESOURCES) + "/" + std::string(StationCatalogue::kFileName);
+
+std::string fileText(const std::string& file) {
+  std::ifstream in(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+TEST(StationCatalogue, everyLineOfTheShippedFileIsAUsableStation) {
+  std::ifstream in(kFile, std::ios::binary);
+  std::set<std::string> ids;
+  std::set<std::string> numbers;
+  std::set<std::string> states;
+  std::size_t lines = 0;
+  for (std::string line; std::getline(in, line); ++lines) {
+    SCOPED_TRACE(line);
+    ASSERT_EQ(std::count(line.begin(), line.end(), '~'), 7);
+    const auto station = parseCatalogueLine(line);
+    ASSERT_TRUE(station);
+    EXPECT_EQ(catalogueLine(*station), line);
+    EXPECT_TRUE(ids.insert(station->id).second) << "id twice";
+    EXPECT_TRUE(numbers.insert(station->number).second) << "number twice";
+    EXPECT_EQ(station->id.find_first_not_of("0123456789"), std::string::npos);
+    EXPECT_EQ(station->id.size(), 9U);
+    EXPECT_FALSE(station->name.empty());
+    EXPECT_FALSE(station->name.ends_with(')') && station->name.ends_with("(sub)"));
+    states.insert(station->state);
+    EXPECT_TRUE(std::filesystem::is_regular_file("/usr/share/zoneinfo/" + station->zone));
+    const double latitude = std::strtod(station->latitude.c_str(), nullptr);
+    const double longitude = std::strtod(station->longitude.c_str(), nullptr);
+    EXPECT_TRUE(latitude > -15 && latitude < 72) << latitude;
+    EXPECT_TRUE(longitude < -64 || longitude > 144) << longitude;
+    // The year service must have what the catalogue promises.
+    const HarmonicStation* constants = harmonics().tideStation(station->number, station->subordinate);
+    ASSERT_NE(constants, nullptr);
+    EXPECT_EQ(constants->subordinate, station->subordinate);
+  }
+  EXPECT_GT(lines, 3000U);
+  EXPECT_FALSE(states.contains(""));
+  for (const char* state : {"California", "Puerto Rico", "Guam", "American Samoa", "District of Columbia"})
+    EXPECT_TRUE(states.contains(state)) << state;
+}
+
+TEST(StationCatalogue, theDefaultStationsLineIsAsApplicationsKnowIt) {
+  const std::string line =
+      "398997177~9413745~1~36.9583~-122.017~Santa Cruz, Monterey Bay~California~America/Los_Angeles\n";
+  const std::string text = fileText(kFile);
+  const std::size_t at = text.find(line);
+  ASSERT_NE(at, std::string::npos);
+  EXPECT_TRUE(at == 0 || text[at - 1] == '\n');
+}
+
+// The data are a package of the system: another release of them may rightly differ.
+TEST(StationCatalogue, theShippedFilesAreWhatTheToolsMake) {
+  if (!harmonics().version().starts_with("2019-12-29"))
+    GTEST_SKIP() << "resources were made from the data of 2019-12-29, installed: " << harmonics().version();
+  std::vector<std::string> problems;
+  std::string made;
+  for (const CatalogueStation& station : buildCatalogue(harmonics(), problems))
+    made += catalogueLine(station) + "\n";
+  EXPECT_TRUE(problems.empty());
+  EXPECT_TRUE(made == fileText(kFile)) << "run tools/make-stations";
+
+  std::string error;
+  const auto catalogue = StationCatalogue::load(kFile, error);
+  ASSERT_TRUE(catalogue) << error;
+  for (const int year : {2026, 2027}) {
+    const auto document = yearDocument(harmonics(), *catalogue->find(kDefaultStationId), year, error);
+    ASSERT_TRUE(document) << error;
+    EXPECT_TRUE(*document == fileText(std::string(MARLUNE_SOURCE_RESOURCES) + "/" + std::to_string(year) +
+                                      "398997177.xml"))
+        << "run tools/make-year-files";
+  }
+}
+
+TEST(StationCatalogue, onlyLinesOfEightFieldsAreStations) {
+  EXPECT_TRUE(parseCatalogueLine("1~2~0~3~4~a~b~c"));
+  for (const char* line : {"", "~", "1~2~0~3~4~a~b", "1~2~0~3~4~a~b~c~", "# a comment"})
+    EXPECT_FALSE(parseCatalogueLine(line)) << line;
+}
+
+}  // namespace
+}  // namespace marlune::services

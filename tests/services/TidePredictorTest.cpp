@@ -1,0 +1,263 @@
+#include "services/TidePredictor.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "services/Harmonics.h"
+
+namespace marlune::services {
+namespace {
+
+constexpr std::int64_t kDay = 86400;
+
+std::int64_t startOf(int year) {
+  const std::chrono::sys_seconds start = std::chrono::sys_days(std::chrono::year(year) / 1 / 1);
+  return start.time_since_epoch().count();
+}
+
+struct Figures {
+  const char* number;
+  const char* only;  // constituents, blank-separated with a blank at both ends; empty for all
+  double seconds;    // how far apart times may be
+  double feet;
+  std::vector<TideExtreme> extremes;
+};
+
+// The first three: npm package @neaps/tide-predictor 0.11.0, fed with the constants of xtide-data
+// 20191229, in the middle of a year, where yearly and daily node factors meet. The last: NOAA CO-OPS,
+// published predictions of Astoria (Tongue Point) for 1 and 2 January 2020, whole minutes, from
+// constants newer than ours.
+const std::vector<Figures>& independentFigures() {
+  static const char* const eight = " M2 S2 N2 K1 O1 P1 Q1 K2 ";
+  static const std::vector<Figures> figures = {
+      {"9413450",
+       eight,
+       30,
+       0.01,
+       {{1782851283, 3.693, true},
+        {1782862975, 3.265, false},
+        {1782884893, 5.714, true},
+        {1782912950, -0.808, false},
+        {1782939289, 3.767, true},
+        {1782952030, 3.216, false},
+        {1782973445, 5.540, true},
+        {1783001183, -0.648, false},
+        {1783027203, 3.859, true},
+        {1783041403, 3.110, false}}},
+      {"9455920",
+       eight,
+       30,
+       0.02,
+       {{1782858808, 1.046, false},
+        {1782882192, 27.925, true},
+        {1782903033, 9.028, false},
+        {1782923963, 28.295, true},
+        {1782947317, 0.836, false},
+        {1782970627, 28.450, true},
+        {1782991655, 8.381, false},
+        {1783012655, 28.406, true},
+        {1783035835, 0.955, false}}},
+      {"8729840",
+       eight,
+       60,
+       0.01,
+       {{1782876621, -0.484, false},
+        {1782923822, 1.715, true},
+        {1782964765, -0.412, false},
+        {1783012787, 1.604, true},
+        {1783052840, -0.293, false}}},
+      {"9439040",
+       "",
+       120,
+       0.05,
+       {{1577886480, 7.858, true},
+        {1577907480, 3.421, false},
+        {1577927220, 7.109, true},
+        {1577950560, 1.530, false}}},
+  };
+  return figures;
+}
+
+TEST(TidePredictor, agreesWithFiguresMadeByOthers) {
+  const TidePredictor predictor(harmonics());
+  for (const Figures& figures : independentFigures()) {
+    SCOPED_TRACE(figures.number);
+    const HarmonicStation* found = harmonics().tideStation(figures.number);
+    ASSERT_NE(found, nullptr);
+    HarmonicStation station = *found;
+    if (*figures.only != '\0') {
+      std::erase_if(station.components, [&](const HarmonicComponent& component) {
+        const std::string name = " " + harmonics().constituents()[component.constituent].name + " ";
+        return std::string(figures.only).find(name) == std::string::npos;
+      });
+      ASSERT_EQ(station.components.size(), 8U);
+    }
+    const auto& expected = figures.extremes;
+    const auto got = predictor.extremes(station, expected.front().time - 600, expected.back().time + 600);
+    ASSERT_EQ(got.size(), expected.size());
+    for (std::size_t i = 0; i < got.size(); ++i) {
+      EXPECT_EQ(got[i].high, expected[i].high) << i;
+      EXPECT_NEAR(static_cast<double>(got[i].time), static_cast<double>(expected[i].time), figures.seconds)
+          << i;
+      EXPECT_NEAR(got[i].level, expected[i].level, figures.feet) << i;
+    }
+  }
+}
+
+TEST(TidePredictor, highsAndLowsAreInTurnOverManyYears) {
+  const TidePredictor predictor(harmonics());
+  // Mixed, large with overtides, diurnal, subordinate, nearly without tide, one with a lag of a day.
+  for (const char* number : {"9413450", "9455920", "8729840", "9413745", "8720954", "8761724", "1612340"}) {
+    SCOPED_TRACE(number);
+    const HarmonicStation* station = harmonics().tideStation(number);
+    ASSERT_NE(station, nullptr);
+    const auto all = predictor.extremes(*station, startOf(2019), startOf(2029));
+    ASSERT_GT(all.size(), 10U * 365U);
+    for (std::size_t i = 1; i < all.size(); ++i) {
+      ASSERT_LT(all[i - 1].time, all[i].time);
+      ASSERT_NE(all[i - 1].high, all[i].high) << all[i].time;
+      ASSERT_LT(all[i].time - all[i - 1].time, 3 * kDay) << all[i].time;
+      if (!station->subordinate && (all[i].level > all[i - 1].level) != all[i].high)
+        FAIL() << "a high below its low at " << all[i].time;
+    }
+  }
+}
+
+TEST(TidePredictor, answersThatMeetAreOneAnswer) {
+  const TidePredictor predictor(harmonics());
+  // Local midnight in several zones, UTC's turn of the year, inside the days of the passage, and an
+  // arbitrary instant. A subordinate station with unequal offsets has pairs that may straddle the cut.
+  const std::int64_t turn = startOf(2027);
+  for (const char* number : {"9413450", "9413745", "8729840", "8720954", "1613198"}) {
+    const HarmonicStation* station = harmonics().tideStation(number);
+    ASSERT_NE(station, nullptr) << number;
+    const auto whole = predictor.extremes(*station, turn - 40 * kDay, turn + 40 * kDay);
+    for (const std::int64_t cut : {turn, turn + 8 * 3600, turn + 5 * 3600, turn - kDay, turn + kDay,
+                                   turn - 12 * 3600, turn - 20 * kDay + 12345}) {
+      auto parts = predictor.extremes(*station, turn - 40 * kDay, cut);
+      const auto second = predictor.extremes(*station, cut, turn + 40 * kDay);
+      parts.insert(parts.end(), second.begin(), second.end());
+      EXPECT_EQ(parts, whole) << number << " cut at " << cut;
+    }
+    // A cut at an extreme itself gives it to the second part alone.
+    const std::int64_t at = whole[whole.size() / 2].time;
+    EXPECT_TRUE(predictor.extremes(*station, at, at).empty());
+    EXPECT_EQ(predictor.extremes(*station, at, at + 1).size(), 1U);
+    EXPECT_TRUE(predictor.extremes(*station, at - 1, at).empty());
+  }
+}
+
+TEST(TidePredictor, theCurveIsSmoothAtTheTurnOfTheYear) {
+  const TidePredictor predictor(harmonics());
+  const HarmonicStation* station = harmonics().tideStation("8729840");
+  ASSERT_NE(station, nullptr);
+  for (const int year : {2026, 2027, 2035}) {
+    const std::int64_t turn = startOf(year);
+    double largest = 0;
+    for (std::int64_t t = turn - 2 * kDay; t < turn + 2 * kDay; t += 60) {
+      const double bend = predictor.level(*station, static_cast<double>(t - 60)) -
+                          2 * predictor.level(*station, static_cast<double>(t)) +
+                          predictor.level(*station, static_cast<double>(t + 60));
+      largest = std::max(largest, std::abs(bend));
+    }
+    // The station's own curve bends by less than this a minute; a step of a hundredth of a foot at the
+    // turn would show a hundred times as large.
+    EXPECT_LT(largest, 1e-4) << year;
+  }
+}
+
+TEST(TidePredictor, extremesAreTheCurvesOwn) {
+  const TidePredictor predictor(harmonics());
+  for (const char* number : {"9455920", "8729840"}) {
+    const HarmonicStation* station = harmonics().tideStation(number);
+    ASSERT_NE(station, nullptr);
+    // Across the turn of the year, where the curve is joined.
+    const auto extremes = predictor.extremes(*station, startOf(2028) - 5 * kDay, startOf(2028) + 5 * kDay);
+    ASSERT_GE(extremes.size(), 18U);
+    for (const TideExtreme& extreme : extremes) {
+      const auto time = static_cast<double>(extreme.time);
+      const double level = predictor.level(*station, time);
+      EXPECT_NEAR(level, extreme.level, 1e-4);
+      const double sign = extreme.high ? 1 : -1;
+      for (const double beside : {-300.0, 300.0})
+        EXPECT_GT(sign * level, sign * predictor.level(*station, time + beside))
+            << number << " " << extreme.time;
+    }
+  }
+}
+
+TEST(TidePredictor, subordinateStationsFollowTheirReference) {
+  const TidePredictor predictor(harmonics());
+  const HarmonicStation* santaCruz = harmonics().tideStation("9413745");
+  const HarmonicStation* monterey = harmonics().tideStation("9413450");
+  ASSERT_TRUE(santaCruz != nullptr && monterey != nullptr);
+  // NOAA's table: high 6 and low 11 minutes before Monterey, 0.97 and 0.99 of its levels.
+  const auto reference = predictor.extremes(*monterey, startOf(2026), startOf(2026) + 10 * kDay);
+  for (const TideExtreme& extreme : reference) {
+    const std::int64_t time = extreme.time - (extreme.high ? 360 : 660);
+    const auto got = predictor.extremes(*santaCruz, time, time + 1);
+    ASSERT_EQ(got.size(), 1U);
+    EXPECT_NEAR(got[0].level, extreme.level * (extreme.high ? 0.97 : 0.99), 1e-5);
+  }
+}
+
+TEST(TidePredictor, offsetsThatCrossLeaveNoDisorder) {
+  HarmonicStation station = *harmonics().tideStation("8729840");
+  const HarmonicStation reference = station;
+  station.high.seconds = 7 * 3600;
+  station.low.seconds = -7 * 3600;
+  const TidePredictor predictor(harmonics());
+  const auto crossed = predictor.extremes(station, startOf(2026), startOf(2027));
+  EXPECT_LT(crossed.size(), predictor.extremes(reference, startOf(2026), startOf(2027)).size());
+  for (std::size_t i = 1; i < crossed.size(); ++i) {
+    ASSERT_LT(crossed[i - 1].time, crossed[i].time);
+    ASSERT_NE(crossed[i - 1].high, crossed[i].high);
+  }
+}
+
+TEST(TidePredictor, goesOnBeyondTheTable) {
+  const TidePredictor predictor(harmonics());
+  const HarmonicStation* station = harmonics().tideStation("9413450");
+  const std::int64_t end = startOf(harmonics().lastYear() + 1);
+  const auto across = predictor.extremes(*station, end - 3 * kDay, end + 3 * kDay);
+  EXPECT_GE(across.size(), 21U);
+  EXPECT_LE(across.size(), 25U);
+}
+
+TEST(HarmonicDatabase, saysWhyAFileCannotBeUsed) {
+  const std::string folder = testing::TempDir();
+  const std::string good = HarmonicDatabase::installedFile();
+  const std::string truncated = folder + "marlune_truncated.tcd";
+  {
+    std::ifstream in(good, std::ios::binary);
+    std::string bytes(100000, '\0');
+    in.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    std::ofstream(truncated, std::ios::binary) << bytes;
+  }
+  const std::string other = folder + "marlune_other.tcd";
+  std::ofstream(other) << "no harmonics at all";
+  const std::array<std::pair<std::string, const char*>, 4> cases = {{
+      {"", "xtide-data"},
+      {folder + "marlune_absent.tcd", "cannot open"},
+      {other, "no harmonics file"},
+      {truncated, "damaged"},
+  }};
+  for (const auto& [file, text] : cases) {
+    std::string error;
+    EXPECT_FALSE(HarmonicDatabase::load(file, error)) << file;
+    EXPECT_NE(error.find(text), std::string::npos) << error;
+  }
+  std::remove(truncated.c_str());
+  std::remove(other.c_str());
+}
+
+}  // namespace
+}  // namespace marlune::services

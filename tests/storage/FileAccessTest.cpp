@@ -1,0 +1,76 @@
+#include "marlune/storage/FileAccess.h"
+
+#include "support/HostTest.h"
+
+namespace marlune {
+namespace {
+
+class FileAccessTest : public testing::HostTest {
+ protected:
+  FileAccessTest() : HostTest({.files = testing::FakeHostOptions::Files::inTemporaryFolder}) {}
+
+  static constexpr std::string_view group = kGroupContainerName;
+  FileAccess files{fake.folders, fake.files};
+};
+
+TEST_F(FileAccessTest, KeepsFilesInBothPlaces) {
+  EXPECT_EQ(files.loadFileInContainer(group, "a"), nullptr);
+  EXPECT_FALSE(files.removeFileInContainer(group, "a"));
+  EXPECT_TRUE(files.saveFileInContainer(group, "a", ""));
+  EXPECT_EQ(*files.loadFileInContainer(group, "a"), "") << "an empty file is not a missing one";
+  EXPECT_TRUE(files.saveFileInContainer(group, "a", "new"));
+  EXPECT_EQ(*files.loadFileInContainer(group, "a"), "new");
+  EXPECT_FALSE(files.fileExists("a"));
+  EXPECT_TRUE(files.removeFileInContainer(group, "a"));
+  EXPECT_FALSE(files.fileExistsInContainer(group, "a"));
+
+  EXPECT_TRUE(files.saveFile("b", "text", FileSystem::Durability::userData));
+  EXPECT_EQ(*files.loadFile("b"), "text");
+  EXPECT_TRUE(files.removeFile("b"));
+  EXPECT_FALSE(files.removeFile("b"));
+}
+
+TEST_F(FileAccessTest, RefusesNamesThatLeadOut) {
+  ASSERT_TRUE(files.saveFile("inside", "x"));
+  for (const char* name : {"", "/etc/passwd", "..", "../documents/inside", "a/../../b", "a/.."}) {
+    EXPECT_FALSE(files.saveFileInContainer(group, name, "x")) << name;
+    EXPECT_EQ(files.loadFileInContainer(group, name), nullptr) << name;
+    EXPECT_FALSE(files.fileExistsInContainer(group, name)) << name;
+    EXPECT_FALSE(files.removeFileInContainer(group, name)) << name;
+    EXPECT_FALSE(files.urlForFileInContainer(group, name)) << name;
+    EXPECT_FALSE(files.moveFileToSharedContainer(group, name)) << name;
+  }
+  EXPECT_FALSE(files.saveFileInContainer(group, std::string_view("a\0b", 3), "x"));
+  EXPECT_TRUE(files.saveFileInContainer(group, "..a..", "x")) << "dots alone lead nowhere";
+}
+
+TEST_F(FileAccessTest, MovesOverWhatIsThereAndOnlyWhenThereIsSomething) {
+  ASSERT_TRUE(files.saveFileInContainer(group, "f", "old"));
+  EXPECT_FALSE(files.moveFileToSharedContainer(group, "f"));
+  EXPECT_EQ(*files.loadFileInContainer(group, "f"), "old");
+  ASSERT_TRUE(files.saveFile("f", "new"));
+  EXPECT_TRUE(files.moveFileToSharedContainer(group, "f"));
+  EXPECT_EQ(*files.loadFileInContainer(group, "f"), "new");
+  EXPECT_FALSE(files.fileExists("f"));
+
+  ASSERT_TRUE(files.saveFileInContainer(group, "bl ank%.xml", "moved"));
+  const auto url = files.urlForFileInContainer(group, "bl ank%.xml");
+  EXPECT_TRUE(url && url->starts_with("file:///") && url->ends_with("bl%20ank%25.xml")) << url.value_or("");
+  EXPECT_TRUE(files.moveFileUrlToDocumentsFolder(*url));
+  EXPECT_EQ(*files.loadFile("bl ank%.xml"), "moved");
+  EXPECT_FALSE(files.moveFileUrlToDocumentsFolder(*url)) << "it is gone";
+  EXPECT_FALSE(files.moveFileUrlToDocumentsFolder("http://a/b"));
+  EXPECT_TRUE(files.urlForFileInContainer(group, "missing"));
+}
+
+TEST_F(FileAccessTest, FoldsEveryFailureIntoNothing) {
+  EXPECT_FALSE(files.saveFileInContainer("", "a", "x")) << "a group that is not configured";
+  EXPECT_FALSE(files.urlForFileInContainer("", "a"));
+  EXPECT_FALSE(files.saveFileInContainer(group, "no/folder", "x"));
+  ASSERT_TRUE(files.saveFile("plain", "x"));
+  EXPECT_EQ(files.loadFile("plain/below"), nullptr);
+  EXPECT_FALSE(files.saveFile("plain/below", "x"));
+}
+
+}  // namespace
+}  // namespace marlune

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+
+#include "marlune/platform/Clock.h"
+#include "marlune/platform/FileSystem.h"
+
+namespace marlune::testing {
+
+/// A file system in memory, with a budget of bytes to try a full disk. Every path is absolute and every
+/// change gives a new identity. Safe from any thread.
+class MemoryFileSystem : public FileSystem {
+ public:
+  explicit MemoryFileSystem(std::shared_ptr<Clock> clock = nullptr);
+
+  std::optional<Bytes> read(const std::string& path) override;
+  std::optional<FileIdentity> identity(const std::string& path) override;
+  bool write(const std::string& folder, const std::string& path, std::string_view bytes,
+             Durability durability) override;
+  bool remove(const std::string& path) override;
+  bool exists(const std::string& path) override;
+  bool move(const std::string& from, const std::string& folder, const std::string& to) override;
+  std::optional<std::vector<std::string>> list(const std::string& folder) override;
+
+  /// Bytes that all files together may take, the one being written beside the one it replaces.
+  void setBudget(std::optional<std::size_t> bytes);
+
+ private:
+  struct File {
+    Bytes bytes;
+    FileIdentity identity;
+  };
+
+  bool makeFolders(const std::string& folder);
+  bool isFree(const std::string& folder, const std::string& path);
+  std::size_t used() const;
+
+  const std::shared_ptr<Clock> clock_;
+  std::mutex mutex_;
+  // Guarded by the mutex.
+  std::map<std::string, File> files_;
+  std::set<std::string> folders_{"/"};
+  std::optional<std::size_t> budget_;
+  std::int64_t changes_ = 0;
+};
+
+}  // namespace marlune::testing

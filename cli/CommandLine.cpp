@@ -96,8 +96,8 @@ std::string_view secondWord(const Command& command) {
     }
   }
   if (!isGroup) {
-    throw WrongCall(fmt::format("unknown command {}{} (marlune --help lists them)", words[0],
-                                guess(words[0], names)));
+    throw WrongCall(
+        fmt::format("unknown command {}{} (marlune --help lists them)", words[0], guess(words[0], names)));
   }
   if (words.size() == 1) {
     throw WrongCall(fmt::format("{} needs a second word: {}", words[0], fmt::join(names, ", ")));
@@ -184,9 +184,10 @@ const Option* commandOption(std::string_view name) {
   for (const Command& command : allCommands()) {
     for (const Option& option : command.options) names.push_back(option.name);
   }
-  throw WrongCall(fmt::format("unknown option {}{} (marlune --help lists them; -- before an argument that "
-                              "begins with a dash)",
-                              name, guess(name, names)));
+  throw WrongCall(
+      fmt::format("unknown option {}{} (marlune --help lists them; -- before an argument that "
+                  "begins with a dash)",
+                  name, guess(name, names)));
 }
 
 /// Walks the words; `globals` is null where the options of the process are not accepted.
@@ -223,7 +224,8 @@ SortedWords sortWords(std::span<const std::string> words, GlobalOptions* globals
       sorted.version = true;
     } else if (global != kGlobalOptions.end()) {
       if (globals == nullptr) {
-        throw WrongCall(fmt::format("{} counts for the whole process: give it before the shell starts", name));
+        throw WrongCall(
+            fmt::format("{} counts for the whole process: give it before the shell starts", name));
       }
       if (global->text != nullptr) {
         globals->*(global->text) = value();
@@ -246,13 +248,12 @@ Call callOf(std::span<const std::string> words,
 
 void takeArguments(Call& call, std::span<const std::string> words) {
   const Command& command = *call.command;
-  const auto required = static_cast<std::size_t>(
-      std::count_if(command.arguments.begin(), command.arguments.end(), [](const Argument& argument) {
-        return argument.presence == Argument::Presence::required;
-      }));
+  const auto required = static_cast<std::size_t>(std::count_if(
+      command.arguments.begin(), command.arguments.end(),
+      [](const Argument& argument) { return argument.presence == Argument::Presence::required; }));
   if (words.size() < required) {
-    throw WrongCall(fmt::format("{} is missing: marlune {}", command.arguments[words.size()].name,
-                                usageOf(command)));
+    throw WrongCall(
+        fmt::format("{} is missing: marlune {}", command.arguments[words.size()].name, usageOf(command)));
   }
   if (words.size() > command.arguments.size()) {
     throw WrongCall(fmt::format("\"{}\" is one word too many: marlune {} (quote what holds blanks)",

@@ -31,6 +31,9 @@ std::string describe(const Command& command) {
   return text;
 }
 
+/// A longer usage has its help on the next line.
+constexpr std::size_t kUsageWidth = 44;
+
 constexpr std::string_view kOpening =
     "marlune: tide predictions from the command line\n\n"
     "  marlune [OPTIONS] COMMAND [ARGUMENTS]\n\n"
@@ -40,11 +43,14 @@ constexpr std::string_view kOpening =
 
 constexpr std::string_view kClosing =
     "INSTANT, FROM, TO, BEGIN, END, AT and AFTER are ISO 8601 with a zone (2026-03-05T12:00:00Z,\n"
-    "2026-03-05T23:00:00+11:00) or seconds since 1970. EVENTS is a file with a JSON array of event objects, or\n"
+    "2026-03-05T23:00:00+11:00) or seconds since 1970. EVENTS is a file with a JSON array of event objects, "
+    "or\n"
     "@ID,FROM,TO for what `tides fetch` gives.\n\n"
-    "Downloads that a command has queued are waited for, a minute at most, before the process ends; the shell\n"
+    "Downloads that a command has queued are waited for, a minute at most, before the process ends; the "
+    "shell\n"
     "ends at once (wait with `idle`).\n\n"
-    "Exit status: 0 the command ran, also when there was nothing to find; 2 the call is wrong; 1 other failures.\n";
+    "Exit status: 0 the command ran, also when there was nothing to find; 2 the call is wrong; 1 other "
+    "failures.\n";
 
 }  // namespace
 
@@ -66,7 +72,7 @@ std::string usageOf(const Command& command) {
   if (command.takesCommand) usage += " COMMAND ...";
   for (const Argument& argument : command.arguments) {
     const bool required = argument.presence == Argument::Presence::required;
-    usage += fmt::format(required ? " {}" : " [{}]", argument.name);
+    usage += required ? fmt::format(" {}", argument.name) : fmt::format(" [{}]", argument.name);
   }
   for (const Option& option : command.options) {
     usage += option.value.empty() ? fmt::format(" [{}]", option.name)
@@ -80,7 +86,9 @@ std::string helpText(std::span<const std::string> words) {
     std::string text = fmt::format("{}\nOptions:\n{}\nCommands:\n", kOpening, globalOptionsHelp());
     for (const Command& command : allCommands()) {
       const std::string usage = usageOf(command);
-      text += fmt::format(usage.size() > 46 ? "  {}\n{:50}{}\n" : "  {:<46}{:2}{}\n", usage, "", command.help);
+      const bool fits = usage.size() <= kUsageWidth;
+      text += fmt::format("  {:<{}}{}{}\n", usage, kUsageWidth,
+                          fits ? "  " : "\n" + std::string(kUsageWidth + 4, ' '), command.help);
     }
     return text + "\n" + std::string(kClosing);
   }

@@ -29,8 +29,8 @@ Answer level(Context& context, const Call& call) {
 Answer between(Context& context, const Call& call) {
   const Events list = events(context, call);
   if (list.size() < 2) return nothing(kTooFew);
-  auto points = context.session.provider().interopolateTideLevelsBetweenStartEvent(list[0], list[1],
-                                                                                   call.integer(1));
+  auto points =
+      context.session.provider().interopolateTideLevelsBetweenStartEvent(list[0], list[1], call.integer(1));
   return answerOf(std::optional(std::move(points)), reading(context, call), "");
 }
 
@@ -106,9 +106,17 @@ std::vector<Command> curveCommands() {
   constexpr auto place = Place::mainThread;
   return {
       {"curve level", {list, at}, {}, "the level at an instant", place, level},
-      {"curve between", {list, interval}, {}, "points every INTERVAL seconds from the first event to the second",
-       place, between},
-      {"curve points", {list, interval, {"NAME"}}, {}, "points every INTERVAL seconds over all events", place,
+      {"curve between",
+       {list, interval},
+       {},
+       "points every INTERVAL seconds from the first event to the second",
+       place,
+       between},
+      {"curve points",
+       {list, interval, {"NAME"}},
+       {},
+       "points every INTERVAL seconds over all events",
+       place,
        points},
       {"curve ordered",
        {list, interval, {"NAME"}, {"AFTER", Kind::instant}, {"MAX", Kind::integer}},
@@ -116,7 +124,12 @@ std::vector<Command> curveCommands() {
        "the same from an instant on, no more than MAX",
        place,
        ordered},
-      {"curve crossings", {list, {"LEVEL", Kind::number}}, {}, "when the water passes a level", place, crossings},
+      {"curve crossings",
+       {list, {"LEVEL", Kind::number}},
+       {},
+       "when the water passes a level",
+       place,
+       crossings},
       {"curve around", {list, at}, {}, "the events before and after an instant", place, around},
   };
 }

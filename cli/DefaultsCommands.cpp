@@ -19,8 +19,12 @@ Answer write(Context& context, const Call& call) {
 std::vector<Command> defaultsCommands() {
   return {
       {"defaults read", {{"KEY"}}, {}, "a truth value of the user defaults", Place::mainThread, read},
-      {"defaults write", {{"KEY"}, {"true|false", Kind::truth}}, {}, "store a truth value in the user defaults",
-       Place::mainThread, write},
+      {"defaults write",
+       {{"KEY"}, {"true|false", Kind::truth}},
+       {},
+       "store a truth value in the user defaults",
+       Place::mainThread,
+       write},
   };
 }
 

@@ -64,7 +64,8 @@ class EventReader {
   double level(simdjson::dom::object object) const {
     const auto value = member(object, "tidelevel");
     double number = 0;
-    if (value && value->get(number) != simdjson::SUCCESS) throw wrong("has a \"tidelevel\" that is no number");
+    if (value && value->get(number) != simdjson::SUCCESS)
+      throw wrong("has a \"tidelevel\" that is no number");
     return number;
   }
 
@@ -90,9 +91,10 @@ EventSource::Fetch parseFetch(const std::string& word) {
   const auto from = parseInstant(std::string_view(word).substr(first + 1, last - first - 1));
   const auto to = parseInstant(std::string_view(word).substr(last + 1));
   if (!from || !to) {
-    throw WrongCall(fmt::format("FROM and TO in @ID,FROM,TO are instants like 2026-03-05T12:00:00Z or seconds "
-                                "since 1970: \"{}\"",
-                                word));
+    throw WrongCall(
+        fmt::format("FROM and TO in @ID,FROM,TO are instants like 2026-03-05T12:00:00Z or seconds "
+                    "since 1970: \"{}\"",
+                    word));
   }
   return {word.substr(1, first - 1), *from, *to};
 }
@@ -100,7 +102,9 @@ EventSource::Fetch parseFetch(const std::string& word) {
 }  // namespace
 
 std::string readFile(const std::string& path) {
-  const auto fail = [&](const std::string& why) { return Failure(fmt::format("cannot read {}: {}", path, why)); };
+  const auto fail = [&](const std::string& why) {
+    return Failure(fmt::format("cannot read {}: {}", path, why));
+  };
   const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (file < 0) throw fail(reason(errno));
   std::string bytes;

@@ -106,9 +106,10 @@ std::int64_t Jobs::begin(Call call) {
 Outcome Jobs::finish(std::int64_t number) {
   const auto found = begun_.find(number);
   if (found == begun_.end()) {
-    throw WrongCall(fmt::format("no command with the number {} is outstanding: `start` gives the numbers, and each "
-                                "is finished once",
-                                number));
+    throw WrongCall(
+        fmt::format("no command with the number {} is outstanding: `start` gives the numbers, and each "
+                    "is finished once",
+                    number));
   }
   const auto job = found->second;
   begun_.erase(found);

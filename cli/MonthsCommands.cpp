@@ -5,7 +5,8 @@ namespace {
 
 Answer get(Context& context, const Call& call) {
   auto events = context.session.monthFiles().cachedEvents(call.text(0), call.integer(1), call.month(2));
-  return answerOf(std::move(events), readingOf(context.session, call.text(0)), "There is no whole file of this month.");
+  return answerOf(std::move(events), readingOf(context.session, call.text(0)),
+                  "There is no whole file of this month.");
 }
 
 Answer put(Context& context, const Call& call) {
@@ -33,7 +34,12 @@ std::vector<Command> monthsCommands() {
   constexpr auto place = Place::mainThread;
   return {
       {"months get", {id, year, month}, {}, "a month from the disk cache", place, get},
-      {"months put", {id, year, month, {"EVENTS", Kind::events}}, {}, "store a month in the disk cache", place, put},
+      {"months put",
+       {id, year, month, {"EVENTS", Kind::events}},
+       {},
+       "store a month in the disk cache",
+       place,
+       put},
       {"months evict", {id}, {}, "remove a station's months from the disk cache", place, evict},
       {"months evict-all", {}, {}, "remove every month from the disk cache", place, evictAll},
   };

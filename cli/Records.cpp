@@ -66,8 +66,12 @@ std::string levelText(const TideEvent& event, const Reading& reading) {
 
 std::string stationTable(const std::vector<StationPtr>& stations, std::optional<Coordinate> origin) {
   using Side = Table::Side;
-  std::vector<Table::Column> columns = {{"ID"},    {"NUMBER"},    {"NAME"},
-                                        {"STATE"}, {"TIME ZONE"}, {"LATITUDE", Side::right},
+  std::vector<Table::Column> columns = {{"ID"},
+                                        {"NUMBER"},
+                                        {"NAME"},
+                                        {"STATE"},
+                                        {"TIME ZONE"},
+                                        {"LATITUDE", Side::right},
                                         {"LONGITUDE", Side::right}};
   if (origin) columns.push_back({"DISTANCE", Side::right});
   Table table(std::move(columns));
@@ -110,10 +114,10 @@ std::string pointTable(const std::vector<curve::CurvePoint>& points, const Readi
   Table table({{"TIME"}, {"LEVEL", Table::Side::right}, {"NEXT"}});
   const char* unit = reading.meters ? "m" : "ft";
   for (const auto& point : points) {
-    const std::string next =
-        point.nextEvent ? fmt::format("{} {}", kindText(*point.nextEvent),
-                                      momentText(reading.zone, point.nextEvent->timestamp))
-                        : "-";
+    const std::string next = point.nextEvent
+                                 ? fmt::format("{} {}", kindText(*point.nextEvent),
+                                               momentText(reading.zone, point.nextEvent->timestamp))
+                                 : "-";
     if (point.nextEvent) unit = unitOf(*point.nextEvent, reading);
     table.add({momentText(reading.zone, wholeSecondsOf(point.date)),
                fmt::format("{:.2f} {}", point.level, unit), next});

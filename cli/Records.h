@@ -19,7 +19,8 @@ namespace marlune::cli {
 using StationPtr = std::shared_ptr<TideStation>;
 using Events = std::vector<TideEvent>;
 
-void writeStation(JsonWriter& json, const TideStation& station, std::optional<double> distance = std::nullopt);
+void writeStation(JsonWriter& json, const TideStation& station,
+                  std::optional<double> distance = std::nullopt);
 void writeEvent(JsonWriter& json, const TideEvent& event);
 void writeEvents(JsonWriter& json, const Events& events);
 void writeNotification(JsonWriter& json, const Notification& notification);

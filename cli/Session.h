@@ -31,7 +31,8 @@ class Session {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
-  // --- From any thread; the first call throws Failure where local services are asked for and do not start ---
+  // --- From any thread; the first call throws Failure where local services are asked for and do not start
+  // ---
 
   const Host& host();
   TideDataProvider& provider();

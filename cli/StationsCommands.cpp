@@ -48,7 +48,8 @@ Answer count(Context& context, const Call&) {
 
 Answer ofState(Context& context, const Call& call) {
   auto stations = catalogue(context).getTideStationsForState(call.text(0));
-  if (!stations) return nothing("No state is called " + call.text(0) + " (`marlune stations states` lists them).");
+  if (!stations)
+    return nothing("No state is called " + call.text(0) + " (`marlune stations states` lists them).");
   return answerOf(std::move(*stations));
 }
 
@@ -78,7 +79,11 @@ std::vector<Command> stationsCommands() {
   constexpr auto number = Kind::number;
   return {
       {"stations all", {}, {}, "every station of the catalogue", Place::mainThread, all},
-      {"stations default", {}, {}, "the station that an application starts with", Place::mainThread,
+      {"stations default",
+       {},
+       {},
+       "the station that an application starts with",
+       Place::mainThread,
        defaultStation},
       {"stations show", {{"ID"}}, {}, "one station", Place::mainThread, show},
       {"stations load", {{"ID"}}, {}, "one station straight from the station file", Place::mainThread, load},

@@ -36,7 +36,8 @@ std::vector<std::string> splitWords(std::string_view line) {
       if (c == '\'' || c == '"') {
         at = readQuoted(line, at, word);
       } else if (c == '\\') {
-        if (at == line.size()) throw WrongCall("a backslash ends the line: nothing follows that it could keep");
+        if (at == line.size())
+          throw WrongCall("a backslash ends the line: nothing follows that it could keep");
         word += line[at++];
       } else {
         word += c;

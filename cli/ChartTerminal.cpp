@@ -11,7 +11,7 @@
 namespace marlune::cli {
 namespace {
 
-enum class Ink : std::uint8_t { plain, faint, water, shade, high, low, mark, strong };
+enum class Ink : std::uint8_t { plain, faint, water, high, low, mark, strong };
 
 /// Text in a colour; plain where colours are not wanted.
 std::string inked(std::string_view text, Ink ink, bool colour) {
@@ -40,13 +40,13 @@ class Canvas {
   int rows() const { return rows_; }
 
   /// One dot, two to a column and four to a row.
-  void dot(int x, int y, bool line) {
+  void dot(int x, int y) {
     static constexpr std::array<std::array<std::uint8_t, 2>, 4> bits = {
         {{0x01, 0x08}, {0x02, 0x10}, {0x04, 0x20}, {0x40, 0x80}}};
     if (x < 0 || y < 0 || x >= 2 * columns_ || y >= 4 * rows_) return;
     Cell& cell = at(x / 2, y / 4);
     const std::uint8_t bit = bits[static_cast<std::size_t>(y % 4)][static_cast<std::size_t>(x % 2)];
-    (line ? cell.line : cell.shade) |= bit;
+    cell.line |= bit;
   }
 
   /// Behind everything else.
@@ -90,7 +90,6 @@ class Canvas {
  private:
   struct Cell {
     std::uint8_t line = 0;
-    std::uint8_t shade = 0;
     Ink ink = Ink::plain;
     char32_t ground = 0;
     char32_t text = 0;
@@ -110,7 +109,6 @@ class Canvas {
     if (cell.text != 0) return {cell.text, cell.ink};
     if (cell.line != 0) return {0x2800U + cell.line, Ink::water};
     if (cell.ground != 0) return {cell.ground, Ink::faint};
-    if (cell.shade != 0) return {0x2800U + cell.shade, Ink::shade};
     return {U' ', Ink::plain};
   }
 
@@ -207,7 +205,7 @@ class TerminalPlot {
         const double part = static_cast<double>(step) / steps;
         const int column = static_cast<int>(std::lround(x(a.time) + part * (x(b.time) - x(a.time))));
         const int row = static_cast<int>(std::lround(y(a.level) + part * (y(b.level) - y(a.level))));
-        canvas_.dot(column, row, true);
+        canvas_.dot(column, row);
       }
     }
   }
@@ -247,16 +245,25 @@ class TerminalPlot {
         labels_.write(columnOf(tick), 0, hour, Ink::faint);
       }
     }
+    // All days in one form: as many words of it as fit the narrowest.
+    const int width = static_cast<int>(dayWidth());
+    std::size_t words = 4;
     for (std::size_t day = 0; day < chart_.days(); ++day) {
-      const int left = columnOf(chart_.midnights[day]);
-      const int width = static_cast<int>(dayWidth());
-      std::string name = dayText(chart_.zone, chart_.midnights[day]);
-      while (static_cast<int>(name.size()) >= width && name.find(' ') != std::string::npos) {
-        name.resize(name.rfind(' '));
-      }
-      if (static_cast<int>(name.size()) >= width) continue;
-      labels_.write(left + (width - static_cast<int>(name.size())) / 2, 1, name, Ink::plain);
+      while (words > 0 && static_cast<int>(dayName(day, words).size()) > width - 2) --words;
     }
+    for (std::size_t day = 0; day < chart_.days(); ++day) {
+      const std::string name = dayName(day, words);
+      const int left = columnOf(chart_.midnights[day]) + (width - static_cast<int>(name.size())) / 2;
+      labels_.write(left, 1, name, Ink::plain);
+    }
+  }
+
+  /// The first words of "Thu 5 Mar 2026".
+  std::string dayName(std::size_t day, std::size_t words) const {
+    std::string name = dayText(chart_.zone, chart_.midnights[day]);
+    for (std::size_t count = 4; count > words; --count)
+      name.resize(name.find(' ') == std::string::npos ? 0 : name.rfind(' '));
+    return name;
   }
 
   const Chart& chart_;
@@ -284,6 +291,8 @@ std::string eventsByDay(const Chart& chart, bool colour) {
   auto event = chart.events.begin();
   for (std::size_t day = 0; day < chart.days(); ++day) {
     text += fmt::format("{:<16}", dayText(chart.zone, chart.midnights[day]));
+    if (event == chart.events.end() || event->timestamp >= chart.midnights[day + 1])
+      text += "  no predictions";
     for (; event != chart.events.end() && event->timestamp < chart.midnights[day + 1]; ++event) {
       text += "  " + inked(event->isHighTide ? "▲" : "▼", event->isHighTide ? Ink::high : Ink::low, colour);
       text += fmt::format(" {} {:>{}} {}", clockText(chart.zone, event->timestamp),

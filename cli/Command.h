@@ -117,6 +117,7 @@ std::vector<Command> shellCommands();
 /// What a person reads for `--help`: of everything, of a group ("tides") or of one command. Throws WrongCall
 /// for words that are none of these.
 std::string helpText(std::span<const std::string> words);
+Answer helpAnswer(std::span<const std::string> words);
 
 /// "tides fetch ID FROM TO"
 std::string usageOf(const Command& command);

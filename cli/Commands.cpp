@@ -106,4 +106,9 @@ std::string helpText(std::span<const std::string> words) {
   return text;
 }
 
+Answer helpAnswer(std::span<const std::string> words) {
+  const std::string text = helpText(words);
+  return {[text](JsonWriter& json) { json.text(text); }, [text] { return text; }};
+}
+
 }  // namespace marlune::cli

@@ -118,7 +118,7 @@ class Prompt {
 Outcome runLine(Jobs& jobs, std::span<const std::string> words) {
   try {
     const ParsedLine parsed = parseShellLine(words);
-    if (parsed.help) return {answerOf(std::optional(helpText(parsed.helpWords))), "", 0};
+    if (parsed.help) return {helpAnswer(parsed.helpWords), "", 0};
     return jobs.run(*parsed.call);
   } catch (const WrongCall& wrong) {
     return {{}, wrong.what(), 2};

@@ -43,6 +43,12 @@ Answer shell(Context&, const Call&) {
   throw WrongCall("this is the shell already");
 }
 
+Answer help(Context&, const Call& call) {
+  std::vector<std::string> words;
+  for (std::size_t i = 0; call.has(i); ++i) words.push_back(call.text(i));
+  return helpAnswer(words);
+}
+
 Answer quit(Context& context, const Call& call) {
   requireShell(context, call);
   context.quit = true;
@@ -80,6 +86,13 @@ std::vector<Command> shellCommands() {
        place,
        idle},
       {"advance", {{"SECONDS", Kind::number}}, {}, "move the clock given with --now", place, advance},
+      {"help",
+       {{"COMMAND", Kind::text, Argument::Presence::optional},
+        {"WORD", Kind::text, Argument::Presence::optional}},
+       {},
+       "what a command or a group of commands does",
+       place,
+       help},
       {"quit", {}, {}, "end the shell", place, quit},
   };
 }

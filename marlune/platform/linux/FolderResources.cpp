@@ -16,7 +16,7 @@ std::optional<Bytes> FolderResources::read(std::string_view name) const {
 }
 
 std::string installedResourcesFolder() {
-  const std::string installed = MARLUNE_INSTALLED_RESOURCES;
+  std::string installed = MARLUNE_INSTALLED_RESOURCES;
   if (::access((installed + "/stations_master_usa2.txt").c_str(), R_OK) == 0) return installed;
   return MARLUNE_SOURCE_RESOURCES;
 }

@@ -5,6 +5,32 @@
 #include <unistd.h>
 
 namespace marlune {
+namespace {
+
+/// Reads up to `size` bytes; how many there were.
+std::size_t readUpTo(int file, char* buffer, std::size_t size) {
+  std::size_t have = 0;
+  while (have < size) {
+    const auto count = uninterrupted([&] { return ::read(file, buffer + have, size - have); });
+    if (count <= 0) break;
+    have += static_cast<std::size_t>(count);
+  }
+  return have;
+}
+
+std::size_t fillFrom(int file, Bytes& bytes, std::size_t size) {
+#ifdef __cpp_lib_string_resize_and_overwrite
+  // Filling the bytes with zeros first would take as long as reading them.
+  bytes.resize_and_overwrite(
+      size, [file](char* buffer, std::size_t capacity) { return readUpTo(file, buffer, capacity); });
+  return bytes.size();
+#else
+  bytes.resize(size);
+  return readUpTo(file, bytes.data(), size);
+#endif
+}
+
+}  // namespace
 
 std::optional<Bytes> readWholeFile(const std::string& path) {
   // Not blocking, or opening a pipe that nobody writes to would wait for ever before it can be refused.
@@ -15,15 +41,10 @@ std::optional<Bytes> readWholeFile(const std::string& path) {
   if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
   if (status.st_size < 0 || static_cast<std::size_t>(status.st_size) > largestFile) return std::nullopt;
 
-  Bytes bytes(static_cast<std::size_t>(status.st_size), '\0');
-  std::size_t have = 0;
-  while (have < bytes.size()) {
-    const auto count =
-        uninterrupted([&] { return ::read(file.get(), bytes.data() + have, bytes.size() - have); });
-    // An end before the size is a file cut short under our hands: half of it is nobody's content.
-    if (count <= 0) return std::nullopt;
-    have += static_cast<std::size_t>(count);
-  }
+  const auto size = static_cast<std::size_t>(status.st_size);
+  Bytes bytes;
+  // An end before the size is a file cut short under our hands: half of it is nobody's content.
+  if (fillFrom(file.get(), bytes, size) != size) return std::nullopt;
   return bytes;
 }
 

@@ -18,6 +18,10 @@ function(marlune_private_flags target)
     target_compile_options(${target} PRIVATE -fsanitize=${MARLUNE_SANITIZE} -fno-omit-frame-pointer
       -fno-sanitize-recover=all)
     target_link_options(${target} PRIVATE -fsanitize=${MARLUNE_SANITIZE})
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+      # Instrumented code makes this compiler see uninitialised values inside std::optional where none are.
+      target_compile_options(${target} PRIVATE -Wno-maybe-uninitialized)
+    endif()
     if(MARLUNE_SANITIZE MATCHES "thread" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
       # The executor library uses fences, which this sanitizer does not model but warns about.
       target_compile_options(${target} PRIVATE -Wno-tsan)

@@ -9,6 +9,10 @@ function(marlune_private_flags target)
   target_compile_options(${target} PRIVATE -ffp-contract=off)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
     -Wsign-conversion -Wnon-virtual-dtor -Woverloaded-virtual)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+    # Version 12 takes any text that is built by "+" for overlapping memory (its bug 105651).
+    target_compile_options(${target} PRIVATE -Wno-restrict)
+  endif()
   if(MARLUNE_WARNINGS_AS_ERRORS)
     target_compile_options(${target} PRIVATE -Werror)
   endif()

@@ -27,7 +27,10 @@ inline constexpr PropertyList::Uid nilUid{0};
 
 /// A record's key as it is stored: the archive's own keys begin with "$", so a record's get one more.
 inline std::string escapedKey(std::string_view key) {
-  return key.starts_with('$') ? "$" + std::string(key) : std::string(key);
+  std::string escaped;
+  if (key.starts_with('$')) escaped.push_back('$');
+  escaped.append(key);
+  return escaped;
 }
 
 }  // namespace marlune::keyed_archive

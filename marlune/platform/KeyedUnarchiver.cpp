@@ -13,7 +13,8 @@ namespace {
 
 /// The object `reference` leads to; null for nil, for anything but a reference and where there is none.
 const PropertyList* resolve(const PropertyList& archive, const PropertyList* reference) {
-  const auto uid = reference ? reference->uid() : std::nullopt;
+  if (!reference) return nullptr;
+  const auto uid = reference->uid();
   const auto* table = archive.find(objectsKey);
   const auto* objects = table ? table->array() : nullptr;
   if (!uid || *uid == nilUid || !objects || uid->value >= objects->size()) return nullptr;

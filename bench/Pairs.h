@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace marlune::bench {
+
+/// One side of a comparison. `run` is timed; `prepare`, where there is one, runs before each `run` and is
+/// not.
+struct Side {
+  std::function<void()> run;
+  std::function<void()> prepare = {};
+};
+
+/// What the library does beside what the same work costs at least. Ratios are promised because they hold on
+/// any machine; where a figure is promised too, it stands beside them. 0 means that none is.
+struct Pair {
+  std::string name;
+  Side library;
+  Side reference;
+  double ratioAtMost = 0;
+  double microsecondsAtMost = 0;
+  double megabytesPerSecondAtLeast = 0;
+  std::size_t bytes = 0;  ///< what one run of the library reads
+};
+
+/// Registers both sides with the benchmark library, for the report at the end.
+void addPair(Pair pair);
+
+/// Ends the program with a line on standard error unless `fine`. Every pair checks its answers with it before
+/// anything is timed.
+void require(bool fine, const std::string& what);
+
+/// The processor time of this thread in seconds, the kernel's part included.
+double processorSeconds();
+
+// What is measured, a source file each. Called by main() in the order of the report.
+void addDocumentPairs();
+void addRangePairs();
+void addMergePairs();
+void addStationPairs();
+void addCurvePairs();
+
+}  // namespace marlune::bench

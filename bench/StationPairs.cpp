@@ -1,0 +1,118 @@
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Pairs.h"
+#include "Subjects.h"
+#include "marlune/geo/Distance.h"
+#include "marlune/tides/StationFile.h"
+#include "marlune/tides/StationTables.h"
+
+// The catalogue: reading it and asking it.
+
+namespace marlune::bench {
+
+namespace {
+
+using Stations = StationTables::Stations;
+
+void addCatalogue() {
+  const auto text = std::make_shared<const Bytes>(resource("stations_master_usa2.txt"));
+  const auto lines = static_cast<std::size_t>(std::count(text->begin(), text->end(), '\n'));
+  const auto stations = std::make_shared<Stations>(station_file::stationsOf(*text));
+  require(stations->size() == lines && lines > 3000, "a station a line");
+  require(stations->back()->coordinate.latitude != 0 && stations->back()->timezoneName, "the last station");
+  const auto tables = std::make_shared<std::shared_ptr<const StationTables>>();
+  const StationTables nothing;
+
+  const Side copying = {.run = [=] {
+    Bytes copy(*text);
+    benchmark::DoNotOptimize(copy.data());
+    // The least that a reading by lines does.
+    std::size_t found = 0;
+    for (const char* at = copy.data(); (at = std::strchr(at, '\n')) != nullptr; ++at) ++found;
+    benchmark::DoNotOptimize(found);
+  }};
+  // What the run before made is given back outside the timing.
+  const auto forget = [=] {
+    tables->reset();
+    stations->clear();
+    stations->shrink_to_fit();
+  };
+  addPair({.name = "catalogue into records",
+           .library = {.run = [=] { *stations = station_file::stationsOf(*text); }, .prepare = forget},
+           .reference = copying,
+           .megabytesPerSecondAtLeast = 300,
+           .bytes = text->size()});
+  addPair({.name = "catalogue: records into tables",
+           .library = {.run = [=] { *tables = StationTables().adding(*stations); },
+                       .prepare =
+                           [=] {
+                             forget();
+                             *stations = station_file::stationsOf(*text);
+                           }},
+           .reference = copying,
+           .bytes = text->size()});
+  addPair({.name = "catalogue: both",
+           .library = {.run =
+                           [=] {
+                             *stations = station_file::stationsOf(*text);
+                             *tables = StationTables().adding(*stations);
+                           },
+                       .prepare = forget},
+           .reference = copying,
+           .bytes = text->size()});
+}
+
+void addNearest() {
+  const auto folder = std::make_shared<WorkFolder>("/tmp");
+  const auto setting = std::make_shared<Setting>(folder->path());
+  setting->provider->loadStationData();
+  const Coordinate here{38.4, -90.2};
+  const auto nearest = setting->provider->getStationsByNearest(here);
+  require(nearest.size() == setting->provider->getAllTideStations().size() && nearest.size() > 3000,
+          "every station by distance");
+  require(std::is_sorted(nearest.begin(), nearest.end(),
+                         [&](const auto& a, const auto& b) {
+                           return distanceInMeters(here, a->coordinate) + 0.01 <
+                                  distanceInMeters(here, b->coordinate);
+                         }),
+          "nearest first");
+  using Ranked = std::pair<double, std::uint32_t>;
+  std::vector<Ranked> distances;
+  for (const auto& station : setting->provider->getAllTideStations()) {
+    distances.emplace_back(distanceInMeters(here, station->coordinate),
+                           static_cast<std::uint32_t>(distances.size()));
+  }
+  const auto scratch = std::make_shared<std::vector<Ranked>>();
+  addPair({.name = "stations by distance",
+           .library = {.run =
+                           [=] {
+                             auto stations = setting->provider->getStationsByNearest(here);
+                             benchmark::DoNotOptimize(stations);
+                           },
+                       .prepare = [] {}},
+           .reference = {.run =
+                             [=] {
+                               std::sort(scratch->begin(), scratch->end(),
+                                         [](const Ranked& a, const Ranked& b) { return a.first < b.first; });
+                               benchmark::DoNotOptimize(scratch->data());
+                             },
+                         .prepare = [=, keep = folder] { *scratch = distances; }},
+           .ratioAtMost = 2});
+}
+
+}  // namespace
+
+void addStationPairs() {
+  addNearest();
+  addCatalogue();
+}
+
+}  // namespace marlune::bench

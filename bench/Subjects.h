@@ -1,0 +1,57 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "marlune/platform/Data.h"
+#include "marlune/platform/Host.h"
+#include "marlune/providers/TideDataProvider.h"
+
+namespace marlune::bench {
+
+inline constexpr std::string_view stationId = "398997177";
+inline constexpr int year = 2026;
+
+/// The bytes of a shipped resource; ends the program when there is none.
+Bytes resource(std::string_view name);
+
+/// The year document of the default station, and its events.
+const Bytes& yearDocument();
+const std::vector<TideEvent>& yearEvents();
+
+/// The default station, with its zone.
+std::shared_ptr<TideStation> station();
+
+/// A folder that goes with its owner, on the disk or in memory.
+class WorkFolder {
+ public:
+  /// Made in `parent`; empty when that cannot be.
+  explicit WorkFolder(const std::string& parent);
+  ~WorkFolder();
+  WorkFolder(const WorkFolder&) = delete;
+  WorkFolder& operator=(const WorkFolder&) = delete;
+
+  bool exists() const { return !path_.empty(); }
+  const std::string& path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
+/// A provider on real files with everything that it stands on, new at every construction. Nothing is shared
+/// with another but the files.
+struct Setting {
+  explicit Setting(const std::string& folder);
+
+  Host host;
+  std::shared_ptr<FileAccess> files;
+  std::shared_ptr<TideEventDiskCache> diskCache;
+  std::unique_ptr<TideDataProvider> provider;
+};
+
+/// Puts the year document into the container of a setting, long enough ago for the file to count as settled.
+void placeYearFile(const std::string& folder);
+
+}  // namespace marlune::bench

@@ -69,6 +69,7 @@ TEST_F(ShellTest, NotificationsComeInTheirOrderWithTheNextAnswer) {
       program.ask(begin),
       R"({"result":null,"notifications":[{"name":"TideData_FetchHighLowTideBegun","userInfo":null}],"log":[]})");
   EXPECT_EQ(program.ask(begin + " --quiet"), answer("null"));  // pending already
+  ASSERT_TRUE(services_.faults().waitForRequests(1, "year=2026", std::chrono::minutes(1)));
   services_.faults().release();
   const std::string idle = program.ask("idle");
   const auto downloaded = idle.find(R"([{"name":"downloadedTideData","userInfo":{"duration":)");

@@ -32,7 +32,7 @@ struct Fault {
   int status = 0;  ///< 0: 302 for a redirect, 500 for a bare status, 200 for a page
   std::string address = {};
   std::string match = {};  ///< only for requests whose path and query contain this text
-  int times = 1;      ///< for so many requests; 0: until cleared
+  int times = 1;           ///< for so many requests; 0: until cleared
 };
 
 /// Name of a kind as in `/_faults?kind=cut`; nothing for an unknown name.

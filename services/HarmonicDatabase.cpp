@@ -1,10 +1,10 @@
 #include "services/HarmonicDatabase.h"
 
-#include <glob.h>
 #include <tcd.h>
 
 #include <algorithm>
 #include <charconv>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <mutex>
@@ -99,11 +99,13 @@ HarmonicStation stationOf(const TIDE_RECORD& record, std::size_t constituents) {
 }  // namespace
 
 std::string HarmonicDatabase::installedFile() {
-  glob_t found{};
-  std::string newest;
-  if (glob("/usr/share/xtide/harmonics-dwf-*-free.tcd", 0, nullptr, &found) == 0 && found.gl_pathc > 0)
-    newest = found.gl_pathv[found.gl_pathc - 1];  // sorted by name, and the name is the date
-  globfree(&found);
+  std::string newest;  // the names hold the date, so the last by name
+  std::error_code ignored;
+  for (const auto& entry : std::filesystem::directory_iterator("/usr/share/xtide", ignored)) {
+    const std::string name = entry.path().filename().string();
+    if (name.starts_with("harmonics-dwf-") && name.ends_with("-free.tcd"))
+      newest = std::max(newest, entry.path().string());
+  }
   return newest;
 }
 

@@ -199,6 +199,7 @@ std::vector<CatalogueStation> buildCatalogue(const HarmonicDatabase& database,
       problems.push_back(fmt::format("{} \"{}\": {}", station.number, station.name, problem));
   }
   std::vector<CatalogueStation> entries;
+  entries.reserve(byNumber.size());
   for (auto& [number, entry] : byNumber) entries.push_back(std::move(entry));
   std::sort(entries.begin(), entries.end(), [](const CatalogueStation& a, const CatalogueStation& b) {
     return std::tie(a.state, a.name, a.number) < std::tie(b.state, b.name, b.number);

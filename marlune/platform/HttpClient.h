@@ -16,11 +16,11 @@ namespace marlune {
 
 struct HttpRequest {
   /// Address as it travels: see encodedAddress().
-  std::string url;
+  std::string url = {};
   /// Headers beyond the client's own, in order.
-  std::vector<std::pair<std::string, std::string>> headers;
+  std::vector<std::pair<std::string, std::string>> headers = {};
   std::size_t maximumBodySize = std::size_t{16} << 20;  ///< decoded bytes; a larger answer is an error
-  std::chrono::milliseconds silenceLimit{30'000};       ///< longest wait without a byte
+  std::chrono::milliseconds silenceLimit{25'000};       ///< longest wait without a byte
   std::chrono::milliseconds totalLimit{60'000};         ///< longest time for the whole request
 };
 

@@ -18,12 +18,6 @@ std::uint64_t bigEndian(const char* bytes, std::size_t size) {
   return value;
 }
 
-bool isAscii(std::string_view text) {
-  unsigned bits = 0;
-  for (const char c : text) bits |= static_cast<unsigned char>(c);
-  return bits < 0x80;
-}
-
 /// Reads objects by their number in the offset table, each as often as it is referred to. The budget pays for
 /// every visit, so objects that share or overlap their parts cost no more than honest ones; a cycle ends at
 /// the depth bound.

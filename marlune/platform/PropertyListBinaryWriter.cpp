@@ -39,17 +39,16 @@ void appendMarker(Bytes& bytes, unsigned kind, std::size_t count) {
 }
 
 std::optional<Bytes> encodedText(std::string_view text) {
-  const auto units = utf16FromUtf8(text);
-  if (!units) return std::nullopt;
   Bytes bytes;
-  // As many units as bytes: every character is ASCII.
-  if (units->size() == text.size()) {
+  if (detail::isAscii(text)) {
     appendMarker(bytes, 0x5, text.size());
     bytes += text;
-  } else {
-    appendMarker(bytes, 0x6, units->size());
-    for (const char16_t unit : *units) appendBigEndian(bytes, unit, 2);
+    return bytes;
   }
+  const auto units = utf16FromUtf8(text);
+  if (!units) return std::nullopt;
+  appendMarker(bytes, 0x6, units->size());
+  for (const char16_t unit : *units) appendBigEndian(bytes, unit, 2);
   return bytes;
 }
 

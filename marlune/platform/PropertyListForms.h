@@ -31,6 +31,12 @@ class PropertyListBudget {
   std::size_t bytes_ = PropertyList::maximumBytes;
 };
 
+inline bool isAscii(std::string_view text) {
+  unsigned bits = 0;
+  for (const char c : text) bits |= static_cast<unsigned char>(c);
+  return bits < 0x80;
+}
+
 /// Makes a key stand once: at its first place, with its last value.
 void keepLastOfEachKey(PropertyList::Dictionary& entries);
 

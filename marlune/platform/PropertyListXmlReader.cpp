@@ -86,12 +86,13 @@ std::optional<PropertyList> parseDate(std::string_view text) {
 
 /// Base64 with blanks anywhere; padding ends it.
 std::optional<PropertyList> parseData(std::string_view text) {
+  static constexpr std::uint8_t noDigit = 0xFF;
   constexpr auto values = [] {
-    std::array<signed char, 256> table{};
-    table.fill(-1);
+    std::array<std::uint8_t, 256> table{};
+    table.fill(noDigit);
     constexpr std::string_view alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     for (std::size_t i = 0; i < alphabet.size(); ++i) {
-      table[static_cast<unsigned char>(alphabet[i])] = static_cast<signed char>(i);
+      table[static_cast<unsigned char>(alphabet[i])] = static_cast<std::uint8_t>(i);
     }
     return table;
   }();
@@ -106,9 +107,9 @@ std::optional<PropertyList> parseData(std::string_view text) {
       ++padding;
       continue;
     }
-    const int value = values[static_cast<unsigned char>(c)];
-    if (value < 0 || padding > 0) return std::nullopt;
-    group = (group << 6) | static_cast<std::uint32_t>(value);
+    const std::uint32_t value = values[static_cast<unsigned char>(c)];
+    if (value == noDigit || padding > 0) return std::nullopt;
+    group = (group << 6) | value;
     ++digits;
     if (digits % 4 == 0) {
       for (const int shift : {16, 8, 0}) bytes.push_back(static_cast<char>((group >> shift) & 0xFFu));

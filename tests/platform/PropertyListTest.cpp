@@ -20,7 +20,7 @@ using Uid = PropertyList::Uid;
 
 std::string be(std::uint64_t value, int size) {
   std::string bytes;
-  while (size-- > 0) bytes.push_back(static_cast<char>(value >> (8 * size)));
+  while (size-- > 0) bytes.push_back(size < 8 ? static_cast<char>(value >> (8 * size)) : '\0');
   return bytes;
 }
 

@@ -21,9 +21,7 @@
 namespace marlune::services {
 namespace {
 
-using std::chrono_literals::operator""s;
-using std::chrono_literals::operator""ms;
-using std::chrono_literals::operator""h;
+using namespace std::chrono_literals;
 
 constexpr const char* kYear = "/v1/tideapi.php?op=highlowtide&id=398997177&year=2026&version=1&format=xml";
 
@@ -142,7 +140,7 @@ TEST_F(LocalServicesTest, yearsOfAStationMeetWithoutGapOrOverlap) {
       {"398997177", 8 * 3600}, {"401630000", -10 * 3600}, {"409455920", 9 * 3600}, {"408729840", 6 * 3600}};
   for (const auto& [id, midnight] : midnights) {
     SCOPED_TRACE(id);
-    const auto year = [&](int number) {
+    const auto year = [&id = id](int number) {
       return get("/v1/tideapi.php?op=highlowtide&id=" + id + "&year=" + std::to_string(number) +
                  "&version=1&format=xml")
           .body();
@@ -156,7 +154,7 @@ TEST_F(LocalServicesTest, yearsOfAStationMeetWithoutGapOrOverlap) {
     EXPECT_LT(before.back(), start);
     EXPECT_GE(after.front(), start);
     EXPECT_LT(after.front() - before.back(), 86400);
-    EXPECT_LT(after.back(), start + 365 * 86400);
+    EXPECT_LT(after.back(), start + 365LL * 86400);
     const auto lastKind = first[first.rfind("w=\"") + 3];
     const auto firstKind = second[second.find("w=\"") + 3];
     EXPECT_NE(lastKind, firstKind);
@@ -308,8 +306,8 @@ TEST_F(LocalServicesTest, faultsArePlayedOverHttp) {
 TEST_F(LocalServicesTest, manyClientsAtOnce) {
   std::vector<std::thread> threads;
   std::array<std::size_t, 8> sizes{};
-  for (std::size_t i = 0; i < sizes.size(); ++i)
-    threads.emplace_back([&sizes, i] { sizes[i] = get(kYear).body().size(); });
+  threads.reserve(sizes.size());
+  for (std::size_t& size : sizes) threads.emplace_back([&size] { size = get(kYear).body().size(); });
   for (std::thread& thread : threads) thread.join();
   for (const std::size_t size : sizes) EXPECT_EQ(size, sizes[0]);
   EXPECT_EQ(services().requestCount("tideapi"), sizes.size());

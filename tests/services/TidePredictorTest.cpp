@@ -140,8 +140,8 @@ TEST(TidePredictor, answersThatMeetAreOneAnswer) {
     const HarmonicStation* station = harmonics().tideStation(number);
     ASSERT_NE(station, nullptr) << number;
     const auto whole = predictor.extremes(*station, turn - 40 * kDay, turn + 40 * kDay);
-    for (const std::int64_t cut : {turn, turn + 8 * 3600, turn + 5 * 3600, turn - kDay, turn + kDay,
-                                   turn - 12 * 3600, turn - 20 * kDay + 12345}) {
+    for (const std::int64_t cut : {turn, turn + kDay / 3, turn + kDay / 5, turn - kDay, turn + kDay,
+                                   turn - kDay / 2, turn - 20 * kDay + 12345}) {
       auto parts = predictor.extremes(*station, turn - 40 * kDay, cut);
       const auto second = predictor.extremes(*station, cut, turn + 40 * kDay);
       parts.insert(parts.end(), second.begin(), second.end());
@@ -212,8 +212,8 @@ TEST(TidePredictor, subordinateStationsFollowTheirReference) {
 TEST(TidePredictor, offsetsThatCrossLeaveNoDisorder) {
   HarmonicStation station = *harmonics().tideStation("8729840");
   const HarmonicStation reference = station;
-  station.high.seconds = 7 * 3600;
-  station.low.seconds = -7 * 3600;
+  station.high.seconds = 25200;
+  station.low.seconds = -25200;
   const TidePredictor predictor(harmonics());
   const auto crossed = predictor.extremes(station, startOf(2026), startOf(2027));
   EXPECT_LT(crossed.size(), predictor.extremes(reference, startOf(2026), startOf(2027)).size());

@@ -25,6 +25,7 @@ class ManualExecutors::Queue : public Executor {
   ~Queue() override {
     std::list<State::Entry> dropped;
     const std::lock_guard lock(state_->mutex);
+    closed_ = true;
     for (auto at = state_->entries.begin(); at != state_->entries.end();) {
       const auto next = std::next(at);
       if (at->queue == this) dropped.splice(dropped.end(), state_->entries, at);
@@ -38,6 +39,7 @@ class ManualExecutors::Queue : public Executor {
     State::Entry entry{this, Activity::begin(state_->activity), std::move(job)};
     {
       const std::lock_guard lock(state_->mutex);
+      if (closed_) return;
       state_->entries.push_back(std::move(entry));
     }
     if (state_->posted) state_->posted();
@@ -45,6 +47,7 @@ class ManualExecutors::Queue : public Executor {
 
  private:
   const std::shared_ptr<State> state_;
+  bool closed_ = false;  // guarded by the state's mutex
 };
 
 ManualExecutors::ManualExecutors(std::shared_ptr<Activity> activity, std::function<void()> posted)

@@ -207,6 +207,8 @@ std::optional<std::string> CurlTransfer::faultOf(CURLcode result) const {
   if (result != CURLE_OK) {
     return std::string(curlError_[0] != '\0' ? curlError_.data() : curl_easy_strerror(result));
   }
+  // libcurl takes an answer that is cut within its headers for one without a body.
+  if (!headComplete_) return "the answer ends within its headers";
   if (gunzip_ && !gunzip_->complete()) return "the compressed body ends early";
   return std::nullopt;
 }
@@ -264,8 +266,10 @@ bool CurlTransfer::takeHeader(std::string_view line) {
   if (line.starts_with("HTTP/")) {  // each answer begins so: interim ones and those that redirect too
     answer_.headers.clear();
     headerSize_ = 0;
+    headComplete_ = false;
     gunzip_.reset();
   }
+  if (line == "\r\n" || line == "\n") headComplete_ = true;
   headerSize_ += line.size();
   if (headerSize_ > maximumHeaderSize) {
     fault_ = fmt::format("more than {} bytes of headers", maximumHeaderSize);

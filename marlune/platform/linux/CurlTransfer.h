@@ -87,6 +87,7 @@ class CurlTransfer : public HttpTransfer {
   HttpAnswer answer_;
   Bytes body_;
   std::size_t headerSize_ = 0;
+  bool headComplete_ = false;
   std::string fault_;  // what a callback found wrong, which says more than libcurl's "callback failed"
   std::unique_ptr<GunzipStream> gunzip_;
 };

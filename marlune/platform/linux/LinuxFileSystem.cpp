@@ -85,9 +85,9 @@ struct Destination {
 bool store(const Destination& to, std::string_view bytes, const std::optional<timespec>& modified,
            FileSystem::Durability durability) {
   const bool flush = durability == FileSystem::Durability::userData;
-  // Sweeps of other processes and the folder's removal can take a temporary away; neither happens often, so a
-  // few attempts tell bad luck from a folder that stays missing.
-  for (int attempt = 0; attempt < 4; ++attempt) {
+  // A sweep of another process can take a temporary away before it is locked, and the folder can be removed.
+  // Neither happens often, so a few attempts tell bad luck from a folder that stays missing.
+  for (int attempt = 0; attempt < 8; ++attempt) {
     TemporaryFile temporary(to.parent);
     if (!temporary) {
       if (errno == EEXIST) continue;

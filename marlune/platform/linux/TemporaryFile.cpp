@@ -66,8 +66,9 @@ bool TemporaryFile::fill(std::string_view bytes, const std::optional<timespec>& 
 }
 
 TemporaryFile::Outcome TemporaryFile::rename(const std::string& path) {
-  // Closed before it takes the name, because some file systems report a full disk only now. A sweep may slip
-  // in between, which shows as a temporary that has vanished.
+  // Closed before it takes the name, because some file systems report a full disk only now. A second
+  // descriptor keeps the lock, or a sweep could slip in between.
+  const FileDescriptor lock(::fcntl(file_.get(), F_DUPFD_CLOEXEC, 0));
   if (!file_.close()) return Outcome::failed;
   if (::rename(path_.c_str(), path.c_str()) == 0) {
     path_.clear();

@@ -1,0 +1,175 @@
+// What every file system behind the seam does, the system's and the one in memory.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+
+#include "marlune/platform/linux/LinuxFileSystem.h"
+#include "support/FakeClock.h"
+#include "support/HostTest.h"
+#include "support/MemoryFileSystem.h"
+#include "support/ProbedFileSystem.h"
+#include "support/TemporaryFolder.h"
+
+namespace marlune::testing {
+namespace {
+
+using Durability = FileSystem::Durability;
+
+enum class Kind { system, memory };
+
+class FileSystemContract : public ::testing::TestWithParam<Kind> {
+ protected:
+  FileSystemContract() {
+    if (GetParam() == Kind::system) {
+      files = std::make_shared<LinuxFileSystem>(clock);
+    } else {
+      files = std::make_shared<MemoryFileSystem>(clock);
+      files->write(temporary.path(), temporary / "any", "", Durability::cache);
+      files->remove(temporary / "any");
+    }
+  }
+  void TearDown() override { expectNoTemporaryFiles(temporary.path()); }
+
+  bool write(const std::string& name, std::string_view bytes) {
+    return files->write(root, root + "/" + name, bytes, Durability::cache);
+  }
+  std::optional<Bytes> read(const std::string& name) { return files->read(root + "/" + name); }
+
+  TemporaryFolder temporary;
+  std::shared_ptr<FakeClock> clock = std::make_shared<FakeClock>();
+  std::shared_ptr<FileSystem> files;
+  std::string root = temporary / "a/b";  // not there yet
+};
+
+TEST_P(FileSystemContract, writesAndReadsWholeFiles) {
+  EXPECT_FALSE(files->exists(root));
+  EXPECT_EQ(read("file"), std::nullopt);
+  std::string all;
+  for (int byte = 0; byte < 256; ++byte) all += static_cast<char>(byte);
+  for (const std::string& content : {all, std::string(), std::string(300'000, 'x'), std::string("short")}) {
+    for (const auto durability : {Durability::cache, Durability::userData}) {
+      ASSERT_TRUE(files->write(root, root + "/file", content, durability));
+      EXPECT_EQ(read("file"), content);
+    }
+  }
+  EXPECT_TRUE(files->exists(root));
+  EXPECT_TRUE(files->exists(root + "/file"));
+}
+
+TEST_P(FileSystemContract, refusesWhatLiesElsewhere) {
+  ASSERT_TRUE(write("folder-of-one", "x"));
+  const std::string paths[] = {"",
+                               root,
+                               root + "/",
+                               root + "x/file",
+                               root + "/../file",
+                               root + "/./file",
+                               root + "//file",
+                               root + "/..",
+                               root + "/deeper/file",  // only `folder` itself is made
+                               temporary / "file",
+                               std::string("/file"),
+                               root + std::string("/fi\0le", 6)};
+  for (const auto& path : paths) {
+    EXPECT_FALSE(files->write(root, path, "bytes", Durability::cache)) << path;
+    EXPECT_FALSE(files->move(root + "/folder-of-one", root, path)) << path;
+  }
+  EXPECT_EQ(files->list(temporary.path())->size(), 1U);
+  EXPECT_EQ(files->list(root), std::vector<std::string>{"folder-of-one"});
+}
+
+TEST_P(FileSystemContract, keepsFilesAndFoldersApart) {
+  ASSERT_TRUE(write("file", "content"));
+  const std::string below = root + "/file";
+  EXPECT_FALSE(files->write(below, below + "/x", "bytes", Durability::userData)) << "a file is no folder";
+  EXPECT_FALSE(files->write(temporary / "a", root, "bytes", Durability::cache)) << "a folder is not replaced";
+  EXPECT_FALSE(files->move(root + "/file", temporary / "a", root));
+  EXPECT_FALSE(files->move(root, temporary.path(), temporary / "c")) << "a folder is not moved";
+  EXPECT_EQ(files->read(root), std::nullopt);
+  EXPECT_FALSE(files->remove(root)) << "a folder is not removed";
+  EXPECT_EQ(files->list(below), std::nullopt);
+  EXPECT_EQ(read("file"), "content");
+}
+
+TEST_P(FileSystemContract, removesAndMoves) {
+  EXPECT_FALSE(files->remove(root + "/one"));
+  ASSERT_TRUE(write("one", "1"));
+  ASSERT_TRUE(write("two", "2"));
+  EXPECT_FALSE(files->move(root + "/none", root, root + "/two"));
+  EXPECT_TRUE(files->move(root + "/one", root, root + "/two"));
+  EXPECT_EQ(read("two"), "1");
+  EXPECT_FALSE(files->exists(root + "/one"));
+  const std::string other = temporary / "c/d";
+  EXPECT_TRUE(files->move(root + "/two", other, other + "/three"));
+  EXPECT_EQ(files->read(other + "/three"), "1");
+  EXPECT_TRUE(files->remove(other + "/three"));
+  EXPECT_FALSE(files->remove(other + "/three"));
+}
+
+TEST_P(FileSystemContract, listsNames) {
+  EXPECT_EQ(files->list(root), std::nullopt);
+  ASSERT_TRUE(write("one", "1"));
+  ASSERT_TRUE(write(".two", "2"));
+  ASSERT_TRUE(files->write(root + "/sub", root + "/sub/three", "3", Durability::cache));
+  auto names = files->list(root);
+  ASSERT_TRUE(names);
+  std::sort(names->begin(), names->end());
+  EXPECT_EQ(*names, (std::vector<std::string>{".two", "one", "sub"}));
+}
+
+TEST_P(FileSystemContract, identityTellsStatesApart) {
+  EXPECT_EQ(files->identity(root + "/file"), std::nullopt);
+  ASSERT_TRUE(write("file", "same size"));
+  const auto first = files->identity(root + "/file");
+  ASSERT_TRUE(first);
+  EXPECT_EQ(first->size, 9U);
+  EXPECT_TRUE(first->sameAs(*files->identity(root + "/file")));
+  ASSERT_TRUE(write("other", "SAME SIZE"));
+  EXPECT_FALSE(first->sameAs(*files->identity(root + "/other")));
+  // The clock stands still, so that the replaced file has the same size and the same time.
+  ASSERT_TRUE(write("file", "same_size"));
+  EXPECT_FALSE(first->sameAs(*files->identity(root + "/file")));
+}
+
+TEST_P(FileSystemContract, filesCarryTheTimeOfTheClock) {
+  for (const double instant : {1'741'176'000.5, 0.0, -86'400.25, 4'102'444'800.0}) {
+    clock->set(dateFromSeconds(instant));
+    ASSERT_TRUE(write("file", "x"));
+    EXPECT_EQ(files->identity(root + "/file")->modified, static_cast<std::int64_t>(instant * 1e9));
+  }
+  const auto before = files->identity(root + "/file")->modified;
+  clock->advance(std::chrono::hours(1));
+  ASSERT_TRUE(files->move(root + "/file", root, root + "/moved"));
+  EXPECT_EQ(files->identity(root + "/moved")->modified, before) << "moving is not writing";
+}
+
+INSTANTIATE_TEST_SUITE_P(all, FileSystemContract, ::testing::Values(Kind::system, Kind::memory),
+                         [](const auto& one) { return one.param == Kind::system ? "system" : "memory"; });
+
+TEST(MemoryFileSystemTest, aFullDiskKeepsTheOldContent) {
+  MemoryFileSystem files;
+  files.setBudget(100);
+  ASSERT_TRUE(files.write("/f", "/f/a", std::string(60, 'a'), Durability::cache));
+  EXPECT_FALSE(files.write("/f", "/f/a", std::string(41, 'b'), Durability::cache));
+  EXPECT_EQ(files.read("/f/a"), std::string(60, 'a'));
+  EXPECT_TRUE(files.write("/f", "/f/a", std::string(40, 'b'), Durability::cache));
+}
+
+TEST(ProbedFileSystemTest, countsAndFails) {
+  using Operation = ProbedFileSystem::Operation;
+  ProbedFileSystem files(std::make_shared<MemoryFileSystem>());
+  ASSERT_TRUE(files.write("/f", "/f/a", "1", Durability::cache));
+  files.setFault([](Operation operation, const std::string& path) {
+    return operation == Operation::write && path == "/f/a";
+  });
+  EXPECT_FALSE(files.write("/f", "/f/a", "2", Durability::cache));
+  EXPECT_TRUE(files.write("/f", "/f/b", "2", Durability::cache));
+  EXPECT_EQ(files.read("/f/a"), "1");
+  EXPECT_EQ(files.count(Operation::write), 3U);
+  EXPECT_EQ(files.countAll(), 4U);
+}
+
+}  // namespace
+}  // namespace marlune::testing

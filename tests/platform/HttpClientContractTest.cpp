@@ -1,0 +1,464 @@
+// What every HTTP client behind the seam does, and how the real one stands up to hostile servers.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <future>
+#include <memory>
+#include <random>
+#include <thread>
+#include <vector>
+
+#include "marlune/platform/linux/CurlHttpClient.h"
+#include "support/Completions.h"
+#include "support/FakeHttpClient.h"
+#include "support/LoopbackServer.h"
+
+namespace marlune::testing {
+namespace {
+
+constexpr std::chrono::seconds longerThanAnyTest{30};
+
+/// Sends and waits for the answer.
+HttpAnswer get(HttpClient& client, HttpRequest request) {
+  std::promise<HttpAnswer> answer;
+  client.send(std::move(request), [&](HttpAnswer one) { answer.set_value(std::move(one)); });
+  return answer.get_future().get();
+}
+
+HttpAnswer get(HttpClient& client, const std::string& url) {
+  return get(client, HttpRequest{.url = url});
+}
+
+std::string headerOf(const HttpAnswer& answer, const std::string& name) {
+  for (const auto& [key, value] : answer.headers) {
+    if (key == name) return value;
+  }
+  return "(none)";
+}
+
+/// A client, and one address that is answered with "hello" and one that is not answered.
+struct Subject {
+  std::shared_ptr<LoopbackServer> server;
+  std::shared_ptr<HttpClient> client;
+  std::string answered;
+  std::string silent;
+};
+
+struct Kind {
+  const char* name;
+  Subject (*make)(const std::shared_ptr<Activity>&);
+};
+
+Subject makeReal(const std::shared_ptr<Activity>& activity) {
+  Subject subject;
+  subject.server = std::make_shared<LoopbackServer>([](LoopbackServer::Connection& connection) {
+    const std::string head = connection.readRequest();
+    if (head.starts_with("GET /answered ")) return connection.send(httpAnswer("hello"));
+    connection.stall();
+    return false;
+  });
+  subject.client = std::make_shared<CurlHttpClient>(activity);
+  subject.answered = subject.server->url("/answered");
+  subject.silent = subject.server->url("/silent");
+  return subject;
+}
+
+Subject makeFake(const std::shared_ptr<Activity>& activity) {
+  Subject subject;
+  auto fake = std::make_shared<FakeHttpClient>(FakeHttpClient::Delivery::onOwnThread, activity);
+  subject.answered = "http://fake/answered";
+  subject.silent = "http://fake/silent";
+  fake->script(subject.answered, answerOf("hello"));
+  fake->hold(subject.silent);
+  subject.client = fake;
+  return subject;
+}
+
+class HttpClientContract : public ::testing::TestWithParam<Kind> {
+ protected:
+  std::shared_ptr<Activity> activity = std::make_shared<Activity>();
+  Subject subject = GetParam().make(activity);
+  Completions completions;
+};
+
+TEST_P(HttpClientContract, answersLaterOnAnotherThread) {
+  std::mutex mutex;
+  std::thread::id thread;
+  {
+    const std::lock_guard lock(mutex);  // a completion inside send() would wait for this for ever
+    subject.client->send({.url = subject.answered}, [&, done = completions.once("send")](HttpAnswer answer) {
+      const std::lock_guard completing(mutex);
+      thread = std::this_thread::get_id();
+      EXPECT_EQ(answer.error, "");
+      EXPECT_EQ(answer.status, 200);
+      ASSERT_TRUE(answer.body);
+      EXPECT_EQ(*answer.body, "hello");
+      done();
+    });
+  }
+  EXPECT_TRUE(completions.wait());
+  EXPECT_TRUE(activity->waitUntilIdle(longerThanAnyTest));
+  EXPECT_NE(thread, std::this_thread::get_id());
+  completions.verify();
+}
+
+TEST_P(HttpClientContract, cancelsOneRequestAndNotTheOthers) {
+  std::vector<std::shared_ptr<HttpTransfer>> transfers;
+  std::atomic<int> failed = 0;
+  for (int i = 0; i < 4; ++i) {
+    transfers.push_back(subject.client->send({.url = subject.silent},
+                                             [&, done = completions.once("silent")](HttpAnswer answer) {
+                                               EXPECT_NE(answer.error, "");
+                                               EXPECT_EQ(answer.body, nullptr);
+                                               ++failed;
+                                               done();
+                                             }));
+  }
+  EXPECT_EQ(get(*subject.client, subject.answered).error, "");
+  EXPECT_EQ(failed, 0);
+  for (const auto& transfer : transfers) {
+    transfer->cancel();
+    transfer->cancel();
+  }
+  EXPECT_TRUE(completions.wait());
+  EXPECT_TRUE(activity->waitUntilIdle(longerThanAnyTest));
+  for (const auto& transfer : transfers) transfer->cancel();  // too late, which is no fault
+  EXPECT_EQ(get(*subject.client, subject.answered).error, "");
+  completions.verify();
+}
+
+TEST_P(HttpClientContract, destructionCompletesEveryRequest) {
+  std::vector<std::shared_ptr<HttpTransfer>> transfers;
+  for (int i = 0; i < 20; ++i) {
+    const bool silent = i % 2 == 0;
+    transfers.push_back(subject.client->send({.url = silent ? subject.silent : subject.answered},
+                                             [silent, done = completions.once("request")](HttpAnswer answer) {
+                                               EXPECT_TRUE(!silent || !answer.error.empty());
+                                               done();
+                                             }));
+  }
+  subject.client.reset();
+  completions.verify();
+  EXPECT_EQ(activity->open(), 0U);
+  for (const auto& transfer : transfers) transfer->cancel();
+}
+
+TEST_P(HttpClientContract, aCompletionMaySend) {
+  // Also while the client is being destroyed, when the second request comes to the same end.
+  for (const std::string& url : {subject.answered, subject.silent}) {
+    auto* const client = subject.client.get();
+    client->send({.url = url}, [&, client, done = completions.once("first")](const HttpAnswer&) {
+      client->send({.url = subject.silent}, [done = completions.once("second")](const HttpAnswer& answer) {
+        EXPECT_NE(answer.error, "");
+        done();
+      });
+      done();
+    });
+  }
+  subject.client.reset();
+  completions.verify();
+}
+
+TEST_P(HttpClientContract, manyThreadsSendAndCancel) {
+  std::vector<std::thread> threads;
+  for (unsigned seed = 0; seed < 4; ++seed) {
+    threads.emplace_back([&, seed] {
+      std::minstd_rand random(seed + 1);
+      for (int i = 0; i < 50; ++i) {
+        const bool silent = random() % 2 == 0;
+        const auto transfer =
+            subject.client->send({.url = silent ? subject.silent : subject.answered},
+                                 [done = completions.once("request")](HttpAnswer) { done(); });
+        if (silent || random() % 2 == 0) transfer->cancel();
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_TRUE(completions.wait());
+  completions.verify();
+}
+
+INSTANTIATE_TEST_SUITE_P(all, HttpClientContract,
+                         ::testing::Values(Kind{"Curl", makeReal}, Kind{"Fake", makeFake}),
+                         [](const auto& one) { return one.param.name; });
+
+TEST(FakeHttpClientTest, followsItsScript) {
+  FakeHttpClient http(FakeHttpClient::Delivery::manual);
+  std::vector<std::string> seen;
+  const auto send = [&](const std::string& url) {
+    http.send({.url = url}, [&](HttpAnswer answer) { seen.push_back(answer.body ? *answer.body : "error"); });
+  };
+  http.script("a", answerOf("always"));
+  http.scriptOnce("a", answerOf("first"));
+  http.hold("b");
+  for (const char* url : {"a", "a", "b", "c"}) send(url);
+  EXPECT_TRUE(seen.empty());
+  EXPECT_EQ(http.deliver(), 3U);
+  EXPECT_EQ(seen, (std::vector<std::string>{"first", "always", "error"}));
+  EXPECT_EQ(http.openCount(), 1U);
+  EXPECT_TRUE(http.answer("b", answerOf("at last")));
+  EXPECT_FALSE(http.answer("b", answerOf("again")));
+  EXPECT_EQ(http.deliver(), 1U);
+  EXPECT_EQ(seen.back(), "at last");
+  EXPECT_EQ(http.unexpected(), std::vector<std::string>{"c"});
+  EXPECT_EQ(http.requestCount("a"), 2U);
+}
+
+// --- the real client and what servers may do to it ---
+
+struct Answer {
+  const char* name;
+  std::string bytes;
+  std::string body;   ///< what comes of it when there is no error
+  std::string error;  ///< a part of the error, or empty
+  int status = 200;
+  bool closes = false;  ///< the server ends the connection after the bytes
+};
+
+std::string chunked(std::string_view headers, const std::vector<std::string>& chunks, bool complete) {
+  std::string answer = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n";
+  answer.append(headers).append("\r\n");
+  char size[20];
+  for (const auto& chunk : chunks) {
+    snprintf(size, sizeof size, "%zx\r\n", chunk.size());
+    answer.append(size).append(chunk).append("\r\n");
+  }
+  return complete ? answer + "0\r\n\r\n" : answer;
+}
+
+TEST(CurlHttpClientTest, takesWholeAnswersAndNoOthers) {
+  constexpr std::size_t bound = 1000;
+  const std::string full(bound, 'x');
+  const std::string over(bound + 1, 'x');
+  const std::string gzip = "Content-Encoding: gzip\r\n";
+  const std::string packed = gzipped(full);
+  const std::string bomb = gzipped(std::string(std::size_t{50} << 20, '\0'));
+  const auto plain = [](std::string_view rest) { return "HTTP/1.1 200 OK\r\n" + std::string(rest); };
+  const Answer answers[] = {
+      {"empty", httpAnswer(""), "", ""},
+      {"no content", "HTTP/1.1 204 No Content\r\n\r\n", "", "", 204},
+      {"at the bound", httpAnswer(full), full, ""},
+      {"over the bound", httpAnswer(over), "", "more than 1000 bytes"},
+      {"chunked at the bound", chunked("", {full.substr(0, 400), full.substr(400)}, true), full, ""},
+      {"chunked over the bound", chunked("", {full, "x"}, true), "", "more than 1000 bytes"},
+      {"chunked and cut", chunked("", {"part"}, false), "", "outstanding read data", 200, true},
+      {"cut", plain("Content-Length: 10\r\n\r\nhalf"), "", "6 bytes remaining", 200, true},
+      {"until the end", plain("Connection: close\r\n\r\nall of it"), "all of it", "", 200, true},
+      {"until the end over the bound", plain("Connection: close\r\n\r\n" + over), "", "more than 1000 bytes",
+       200, true},
+      {"gzip at the bound", httpAnswer(packed, gzip), full, ""},
+      {"gzip in two members", httpAnswer(gzipped("one") + gzipped("two"), gzip), "onetwo", ""},
+      {"gzip by its old name", httpAnswer(packed, "Content-Encoding: X-GZIP\r\n"), full, ""},
+      {"gzip of nothing", httpAnswer(gzipped(""), gzip), "", ""},
+      {"no bytes for gzip", httpAnswer("", gzip), "", ""},
+      {"gzip over the bound", httpAnswer(gzipped(over), gzip), "", "more than 1000 bytes"},
+      {"gzip bomb", httpAnswer(bomb, gzip), "", "more than 1000 bytes"},
+      {"gzip cut within its length", httpAnswer(packed.substr(0, packed.size() - 4), gzip), "", "ends early"},
+      {"gzip cut after its header", httpAnswer(packed.substr(0, 10), gzip), "", "ends early"},
+      {"gzip chunked and cut short", chunked(gzip, {packed.substr(0, 15)}, true), "", "ends early"},
+      {"gzip damaged", httpAnswer("no gzip at all", gzip), "", "damaged"},
+      {"gzip and more", httpAnswer(packed + "and more", gzip), "", "damaged"},
+      {"another encoding", httpAnswer("x", "Content-Encoding: br\r\n"), "", "not asked for"},
+      {"plain by name", httpAnswer("x", "Content-Encoding: identity\r\n"), "x", ""},
+      {"client error", httpAnswer("none", "", "404 Not Found"), "none", "", 404},
+      {"server error", httpAnswer("", "", "503 Unavailable"), "", "", 503},
+      {"redirect to nowhere", httpAnswer("x", "", "302 Found"), "x", "", 302},
+      {"not modified", "HTTP/1.1 304 Not Modified\r\n\r\n", "", "", 304},
+      {"interim answer", "HTTP/1.1 100 Continue\r\nContent-Encoding: br\r\n\r\n" + httpAnswer("x"), "x", ""},
+      {"garbage", "\x16\x03\x01 garbage\r\n\r\n", "", "HTTP/0.9", 200, true},
+      {"nothing", "", "", "Empty reply", 200, true},
+      {"cut within a header", plain("Content-Type: te"), "", "within its headers", 200, true},
+      {"cut after a header", plain("Content-Type: text\r\n"), "", "within its headers", 200, true},
+      {"endless headers", plain(std::string(300'000, 'a') + ": b\r\n\r\n"), "", "", 200, true},
+      {"many headers", plain([] {
+         std::string lines;
+         for (int i = 0; i < 30'000; ++i) lines += "Header: value\r\n";
+         return lines + "\r\n";
+       }()),
+       "", "bytes of headers", 200, true},
+      {"contradicting lengths", plain("Content-Length: 3\r\nContent-Length: x\r\n\r\nabc"), "",
+       "Content-Length", 200, true},
+  };
+  CurlHttpClient client;
+  for (const auto& answer : answers) {
+    SCOPED_TRACE(answer.name);
+    const LoopbackServer server([&](LoopbackServer::Connection& connection) {
+      if (connection.readRequest().empty() || !connection.send(answer.bytes)) return false;
+      return !answer.closes;
+    });
+    HttpRequest request{.url = server.url()};
+    request.maximumBodySize = bound;
+    const auto got = get(client, std::move(request));
+    if (answer.error.empty() && std::string(answer.name) != "endless headers") {
+      EXPECT_EQ(got.error, "");
+      EXPECT_EQ(got.status, answer.status);
+      ASSERT_TRUE(got.body);
+      EXPECT_EQ(*got.body, answer.body);
+    } else {
+      EXPECT_NE(got.error, "");
+      EXPECT_NE(got.error.find(answer.error), std::string::npos) << got.error;
+      EXPECT_EQ(got.body, nullptr);
+    }
+  }
+}
+
+TEST(CurlHttpClientTest, sendsWhatIsAskedAndNothingElse) {
+  std::promise<std::string> head;
+  const LoopbackServer server([&](LoopbackServer::Connection& connection) {
+    head.set_value(connection.readRequest());
+    connection.send(httpAnswer("", "X-Upper: Kept As Is \r\nX-Folded: a\r\n b\r\nX-Empty:\r\n"));
+    return false;
+  });
+  CurlHttpClient client;
+  HttpRequest request{.url = server.url("/a/../b:c,d?e=(f)&g=%20")};
+  request.headers = {{"X-Key", "secret"}, {"X-Empty", ""}, {"Accept", "text/x"}};
+  const auto answer = get(client, std::move(request));
+  EXPECT_EQ(headerOf(answer, "x-upper"), "Kept As Is");
+  EXPECT_EQ(headerOf(answer, "x-folded"), "a b");
+  EXPECT_EQ(headerOf(answer, "x-empty"), "");
+  const std::string sent = head.get_future().get();
+  EXPECT_TRUE(sent.starts_with("GET /a/../b:c,d?e=(f)&g=%20 HTTP/1.1\r\n")) << sent;
+  for (const char* line : {"\r\nX-Key: secret\r\n", "\r\nX-Empty:\r\n", "\r\nAccept: text/x\r\n",
+                           "\r\nAccept-Encoding: gzip\r\n", "\r\nUser-Agent: marlune/0.1\r\n"}) {
+    EXPECT_NE(sent.find(line), std::string::npos) << line << "in:\n" << sent;
+  }
+  for (const char* absent : {"Cookie", "Referer", "Accept: */*"})
+    EXPECT_EQ(sent.find(absent), std::string::npos);
+}
+
+TEST(CurlHttpClientTest, refusesOtherAddressesAndBrokenHeaders) {
+  CurlHttpClient client;
+  for (const char* url : {"", "file:///etc/passwd", "ftp://127.0.0.1/", "127.0.0.1", "http://", "http:// /",
+                          "http://127.0.0.1:99999/", "gopher://x/", "httpx://y/", "http://a b/"}) {
+    EXPECT_NE(get(client, url).error, "") << url;
+  }
+  for (const auto& header :
+       {std::pair<std::string, std::string>{"A", "b\r\nC: d"}, {"A\nB", "c"}, {"", "x"}}) {
+    HttpRequest request{.url = "http://127.0.0.1:1/"};
+    request.headers.push_back(header);
+    EXPECT_NE(get(client, std::move(request)).error.find("header"), std::string::npos);
+  }
+}
+
+TEST(CurlHttpClientTest, followsRedirectsWithinBounds) {
+  std::mutex mutex;
+  std::string last;
+  const LoopbackServer target([&](LoopbackServer::Connection& connection) {
+    const std::string head = connection.readRequest();
+    if (head.empty()) return false;
+    {
+      const std::lock_guard lock(mutex);
+      last = head;
+    }
+    return connection.send(httpAnswer("arrived"));
+  });
+  LoopbackServer server([&](LoopbackServer::Connection& connection) {
+    const std::string head = connection.readRequest();
+    if (head.empty()) return false;
+    const std::string path = head.substr(4, head.find(' ', 4) - 4);
+    std::string to = path.substr(path.find('=') + 1);
+    if (path.starts_with("/loop")) to = "/loop";
+    if (path.starts_with("/other")) to = target.url("/there");
+    if (path.starts_with("/count")) {
+      const int left = std::stoi(to);
+      if (left == 0) return connection.send(httpAnswer("arrived"));
+      to = "/count=" + std::to_string(left - 1);
+    }
+    if (path == "/here") {
+      const std::lock_guard lock(mutex);
+      last = head;
+      return connection.send(httpAnswer("arrived"));
+    }
+    return connection.send(httpAnswer("moved", "Location: " + to + "\r\nX-Old: yes\r\n", "302 Found"));
+  });
+  CurlHttpClient client;
+  for (const char* path : {"/to=file:///etc/passwd", "/to=ftp://127.0.0.1/x", "/to=gopher://127.0.0.1/",
+                           "/loop", "/count=11", "/to=http://", "/to=//", "/to=data:text/plain,x"}) {
+    EXPECT_NE(get(client, server.url(path)).error, "") << path;
+  }
+  for (const char* path : {"/count=10", "/to=/here", "/to=here", "/other"}) {
+    const auto answer = get(client, server.url(path));
+    EXPECT_EQ(answer.error, "") << path;
+    EXPECT_EQ(answer.body ? *answer.body : "", "arrived") << path;
+    EXPECT_EQ(headerOf(answer, "x-old"), "(none)") << "the headers are those of the last answer";
+  }
+  for (const auto& [path, keyTravels] : {std::pair("/to=/here", true), std::pair("/other", false)}) {
+    HttpRequest request{.url = server.url(path)};
+    request.headers = {{"X-Key", "secret"}, {"Accept", "text/x"}};
+    EXPECT_EQ(get(client, std::move(request)).error, "");
+    const std::lock_guard lock(mutex);
+    EXPECT_EQ(last.find("secret") != std::string::npos, keyTravels) << path;
+    EXPECT_NE(last.find("text/x"), std::string::npos) << path;
+  }
+}
+
+TEST(CurlHttpClientTest, limitsSilenceAndTheWhole) {
+  std::promise<void> dripping;
+  LoopbackServer server([&](LoopbackServer::Connection& connection) {
+    const std::string head = connection.readRequest();
+    if (head.starts_with("GET /never ")) connection.stall();
+    if (head.starts_with("GET /head ")) {
+      connection.send("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab");
+      connection.stall();
+    }
+    if (head.starts_with("GET /drip ")) {
+      connection.send("HTTP/1.1 200 OK\r\nContent-Length: 1000000000\r\n\r\n");
+      while (connection.send("x")) std::this_thread::yield();
+    }
+    return false;
+  });
+  CurlHttpClient client;
+  for (const auto& [path, error] :
+       {std::pair("/never", "no byte for 50 ms"), std::pair("/head", "no byte for 50 ms")}) {
+    HttpRequest request{.url = server.url(path)};
+    request.silenceLimit = std::chrono::milliseconds(50);
+    EXPECT_EQ(get(client, std::move(request)).error, error) << path;
+  }
+  HttpRequest drip{.url = server.url("/drip")};
+  drip.maximumBodySize = std::size_t{1} << 40;
+  drip.totalLimit = std::chrono::milliseconds(100);
+  EXPECT_EQ(get(client, std::move(drip)).error, "no whole answer within 100 ms");
+  HttpRequest longest{.url = "http://127.0.0.1:1/"};
+  longest.silenceLimit = longest.totalLimit = std::chrono::milliseconds::max();
+  EXPECT_NE(get(client, std::move(longest)).error, "");
+}
+
+TEST(CurlHttpClientTest, survivesResetsAndKeepsConnections) {
+  std::atomic<int> requests = 0;
+  LoopbackServer server([&](LoopbackServer::Connection& connection) {
+    const std::string head = connection.readRequest();
+    if (head.empty()) return false;
+    ++requests;
+    if (head.starts_with("GET /reset ")) {
+      connection.send("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab");
+      connection.reset();
+      return false;
+    }
+    connection.send(httpAnswer("x"));
+    return !head.starts_with("GET /last ");  // ends a connection that was to be kept
+  });
+  CurlHttpClient client;
+  EXPECT_NE(get(client, server.url("/reset")).error, "");
+  const std::size_t before = server.connections();
+  for (int i = 0; i < 10; ++i) EXPECT_EQ(get(client, server.url("/kept")).error, "");
+  EXPECT_EQ(server.connections(), before + 1);
+  for (int i = 0; i < 5; ++i)
+    EXPECT_EQ(get(client, server.url("/last")).error, "") << "a lost connection is renewed";
+}
+
+TEST(EncodedAddressTest, encodesWhatWouldBreakOrChangeAnAddress) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"", ""},
+      {"http://h:8/a/b,c;d=e@f!$&()*-._~[]", "http://h:8/a/b,c;d=e@f!$&()*-._~[]"},
+      {"http://h/a b\tc\nd", "http://h/a%20b%09c%0Ad"},
+      {"http://h/?q=a+b&c=%41#x", "http://h/?q=a%2Bb&c=%2541%23x"},
+      {"http://h/a+b?c?d+", "http://h/a+b?c?d%2B"},
+      {"http://h/\"'<>`\\^{|}\x7f", "http://h/%22%27%3C%3E%60%5C%5E%7B%7C%7D%7F"},
+      {"http://h/M\xc3\xbcnchen\x01", "http://h/M%C3%BCnchen%01"},
+  };
+  for (const auto& [published, travels] : cases) EXPECT_EQ(encodedAddress(published), travels);
+}
+
+}  // namespace
+}  // namespace marlune::testing

@@ -1,0 +1,242 @@
+// The small Linux defaults: folders, resources, bundle, user defaults, zone, clock, log and the host of them.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "marlune/platform/FixedTimeZone.h"
+#include "marlune/platform/ManualClock.h"
+#include "marlune/platform/PropertyListDefaults.h"
+#include "marlune/platform/linux/FolderLayout.h"
+#include "marlune/platform/linux/FolderResources.h"
+#include "marlune/platform/linux/LinuxFileSystem.h"
+#include "marlune/platform/linux/LinuxHost.h"
+#include "marlune/platform/linux/MainLoop.h"
+#include "marlune/platform/linux/PropertyListBundle.h"
+#include "marlune/platform/linux/SystemLog.h"
+#include "marlune/platform/linux/SystemTimeZone.h"
+#include "support/MemoryFileSystem.h"
+#include "support/ProbedFileSystem.h"
+#include "support/TemporaryFolder.h"
+
+namespace marlune::testing {
+namespace {
+
+using Durability = FileSystem::Durability;
+
+void put(const TemporaryFolder& folder, const std::string& name, std::string_view bytes) {
+  ASSERT_TRUE(LinuxFileSystem().write(folder.path(), folder / name, bytes, Durability::cache));
+}
+
+std::string xmlDictionary(const std::string& entries) {
+  return "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><dict>" + entries +
+         "</dict></plist>";
+}
+
+TEST(FolderLayoutTest, namesFoldersOfGroupsOnly) {
+  const FolderLayout folders("/root//");
+  EXPECT_EQ(folders.container("group.x"), "/root/containers/group.x");
+  EXPECT_EQ(folders.container("..x"), "/root/containers/..x");
+  EXPECT_EQ(folders.documents(), "/root/documents");
+  for (const std::string& bad : {std::string(), std::string("."), std::string(".."), std::string("a/b"),
+                                 std::string("/"), std::string("a\0b", 3)}) {
+    EXPECT_EQ(folders.container(bad), std::nullopt) << bad;
+  }
+  EXPECT_EQ(FolderLayout("").container("group.x"), std::nullopt);
+  EXPECT_EQ(FolderLayout("").documents(), std::nullopt);
+}
+
+TEST(FolderResourcesTest, readsFilesOfTheFolderOnly) {
+  const TemporaryFolder folder;
+  put(folder, "resource.txt", "bytes");
+  std::filesystem::create_directory(folder / "sub");
+  const FolderResources resources(folder / "sub/..");
+  EXPECT_EQ(resources.read("resource.txt"), "bytes");
+  const FolderResources below(folder / "sub");
+  for (const std::string& bad : {std::string("../resource.txt"), folder / "resource.txt", std::string(),
+                                 std::string("."), std::string(".."), std::string("resource.txt\0", 13)}) {
+    EXPECT_EQ(below.read(bad), std::nullopt) << bad;
+  }
+  EXPECT_EQ(resources.read("sub"), std::nullopt);
+  EXPECT_EQ(resources.read("resource.txt/"), std::nullopt);
+}
+
+TEST(PropertyListBundleTest, readsBothFormsAndTakesAnyThingElseAsNothing) {
+  const TemporaryFolder folder;
+  const auto bundle = [&] { return std::make_unique<PropertyListBundle>(folder.path()); };
+  EXPECT_EQ(bundle()->region(), std::nullopt);
+  put(folder, "region.plist", xmlDictionary("<key>name</key><string>usa</string>"));
+  put(folder, "Info.plist",
+      *writeBinaryPropertyList(PropertyList::Dictionary{{"URL", PropertyList("x")}, {"N", PropertyList(1)}}));
+  EXPECT_EQ(bundle()->region(), "usa");
+  EXPECT_EQ(bundle()->information("URL"), "x");
+  EXPECT_EQ(bundle()->information("N"), std::nullopt) << "not a text";
+  EXPECT_EQ(bundle()->information("none"), std::nullopt);
+  EXPECT_EQ(PropertyListBundle(folder.path(), "uk").region(), "uk");
+  EXPECT_EQ(PropertyListBundle(std::nullopt).region(), std::nullopt);
+  EXPECT_EQ(PropertyListBundle(std::nullopt, "uk").region(), "uk");
+  for (const char* damaged : {"", "damaged", "bplist00", "<plist><array/></plist>"}) {
+    put(folder, "region.plist", damaged);
+    EXPECT_EQ(bundle()->region(), std::nullopt) << damaged;
+  }
+}
+
+class PropertyListDefaultsTest : public ::testing::Test {
+ protected:
+  void putFile(std::string_view bytes) {
+    ASSERT_TRUE(memory->write("/d", "/d/defaults.plist", bytes, Durability::cache));
+  }
+
+  std::shared_ptr<MemoryFileSystem> memory = std::make_shared<MemoryFileSystem>();
+  std::shared_ptr<ProbedFileSystem> files = std::make_shared<ProbedFileSystem>(memory);
+  PropertyListDefaults defaults{files, "/d"};
+};
+
+TEST_F(PropertyListDefaultsTest, storesValuesForOthersToRead) {
+  EXPECT_EQ(defaults.boolean("A"), std::nullopt);
+  EXPECT_TRUE(defaults.setBoolean("A", true));
+  EXPECT_EQ(defaults.boolean("A"), true);
+  PropertyListDefaults other(files, "/d");
+  EXPECT_EQ(other.boolean("A"), true);
+  EXPECT_TRUE(other.setBoolean("A", false));
+  EXPECT_TRUE(other.setBoolean("B", true));
+  EXPECT_EQ(defaults.boolean("A"), false);
+  EXPECT_EQ(defaults.boolean("B"), true);
+  files->resetCounts();
+  for (int i = 0; i < 100; ++i) EXPECT_EQ(defaults.boolean("A"), false);
+  EXPECT_EQ(files->count(ProbedFileSystem::Operation::read), 0U) << "unchanged, yet read again";
+}
+
+TEST_F(PropertyListDefaultsTest, keepsWhatItDoesNotKnow) {
+  const auto odd = PropertyList::Dictionary{
+      {"text", PropertyList("x")}, {"odd", PropertyList("\x01")}, {"A", PropertyList("no truth value")}};
+  putFile(*writeBinaryPropertyList(odd));
+  EXPECT_EQ(defaults.boolean("A"), std::nullopt);
+  EXPECT_TRUE(defaults.setBoolean("A", true));
+  const auto list = readPropertyList(*memory->read("/d/defaults.plist"));
+  ASSERT_TRUE(list);
+  EXPECT_EQ(*list->find("text")->text(), "x");
+  EXPECT_EQ(*list->find("odd")->text(), "\x01");
+  EXPECT_EQ(list->find("A")->boolean(), true);
+}
+
+TEST_F(PropertyListDefaultsTest, putsDamagedBytesAside) {
+  for (const char* damaged : {"", "damaged", "<plist><array/></plist>"}) {
+    putFile(damaged);
+    EXPECT_EQ(defaults.boolean("A"), std::nullopt);
+    EXPECT_EQ(memory->read("/d/defaults.plist"), damaged) << "reading changes nothing";
+    EXPECT_TRUE(defaults.setBoolean("A", true));
+    EXPECT_EQ(memory->read("/d/defaults.plist.damaged"), damaged);
+    EXPECT_EQ(defaults.boolean("A"), true);
+  }
+}
+
+TEST_F(PropertyListDefaultsTest, neverLosesWhatIsThere) {
+  using Operation = ProbedFileSystem::Operation;
+  ASSERT_TRUE(defaults.setBoolean("A", true));
+  files->setFault([](Operation operation, const std::string&) { return operation == Operation::write; });
+  EXPECT_FALSE(defaults.setBoolean("A", false));
+  EXPECT_EQ(defaults.boolean("A"), true);
+  files->setFault([](Operation operation, const std::string&) { return operation == Operation::read; });
+  EXPECT_FALSE(defaults.setBoolean("B", true)) << "a file that cannot be read is not replaced";
+  putFile("damaged");
+  files->setFault([](Operation, const std::string& path) { return path.ends_with(".damaged"); });
+  EXPECT_FALSE(defaults.setBoolean("B", true)) << "damaged bytes that cannot be put aside are not replaced";
+  EXPECT_EQ(memory->read("/d/defaults.plist"), "damaged");
+}
+
+TEST(SystemTimeZoneTest, takesTheFirstSettingThatNamesAZone) {
+  const TemporaryFolder link;
+  std::filesystem::create_symlink("/usr/share/zoneinfo/Europe/Berlin", link / "localtime");
+  put(link, "timezone", "Asia/Tokyo\n");
+  const TemporaryFolder variant;
+  std::filesystem::create_symlink("../usr/share/zoneinfo/posix/Europe/Paris", variant / "localtime");
+  const TemporaryFolder named;
+  put(named, "timezone", " Asia/Tokyo # comment\n");
+  const TemporaryFolder copied;
+  put(copied, "localtime", "TZif");
+  put(copied, "timezone", "../etc/passwd");
+  const TemporaryFolder none;
+  struct Case {
+    std::optional<std::string> variable;
+    const TemporaryFolder& folder;
+    const char* zone;
+  };
+  const Case cases[] = {
+      {std::nullopt, link, "Europe/Berlin"},
+      {std::nullopt, variant, "Europe/Paris"},
+      {std::nullopt, named, "Asia/Tokyo"},
+      {std::nullopt, copied, "UTC"},
+      {std::nullopt, none, "UTC"},
+      {"America/Denver", link, "America/Denver"},
+      {":America/Denver", link, "America/Denver"},
+      {"/usr/share/zoneinfo/America/Denver", link, "America/Denver"},
+      {"", link, "UTC"},
+      {"CET-1CEST,M3.5.0,M10.5.0/3", link, "Europe/Berlin"},
+      {"/etc/passwd", link, "Europe/Berlin"},
+  };
+  for (const auto& one : cases) {
+    EXPECT_EQ(SystemTimeZone(one.variable, one.folder.path()).current().name(), one.zone)
+        << one.variable.value_or("(unset)");
+  }
+}
+
+TEST(ManualClockTest, standsUntilItIsMoved) {
+  ManualClock clock(dateFromSeconds(100.5));
+  EXPECT_EQ(secondsOf(clock.now()), 100.5);
+  clock.advance(std::chrono::seconds(10));
+  clock.advance(std::chrono::duration<double>(-0.25));
+  EXPECT_EQ(secondsOf(clock.now()), 110.25);
+  clock.set(dateFromSeconds(-1));
+  EXPECT_EQ(secondsOf(clock.now()), -1);
+  const auto before = clock.monotonic();
+  EXPECT_GE(clock.monotonic(), before);
+}
+
+TEST(PrintableLineTest, keepsTextAndDefusesControl) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"plain % \\x", "plain % \\x"},
+      {"M\xc3\xbcnchen", "M\xc3\xbcnchen"},
+      {"a\nb\r\tc\x1b[2J\x7f", "a\\x0ab\\x0d\\x09c\\x1b[2J\\x7f"},
+      {"\xff\xc3", "\\xff\\xc3"},
+  };
+  for (const auto& [text, line] : cases) EXPECT_EQ(printableLine(text), line);
+}
+
+std::size_t threadCount() {
+  const auto begin = std::filesystem::directory_iterator("/proc/self/task");
+  return static_cast<std::size_t>(std::distance(begin, std::filesystem::directory_iterator()));
+}
+
+TEST(LinuxHostTest, setsEveryPartAndStartsNothing) {
+  const TemporaryFolder folder;
+  const std::size_t threads = threadCount();
+  const auto clock = std::make_shared<ManualClock>(dateFromSeconds(1'000'000));
+  const auto loop = std::make_shared<MainLoop>();
+  const Host host = linuxHost({.dataFolder = folder / "data",
+                               .region = "usa",
+                               .clock = clock,
+                               .deviceTimeZone = TimeZone::named("Asia/Tokyo"),
+                               .mainThread = loop});
+  const auto queue = host.executors->makeQueue("unused", 2);
+  EXPECT_FALSE(host.userDefaults->boolean("A"));
+  EXPECT_EQ(threadCount(), threads);
+  EXPECT_FALSE(std::filesystem::exists(folder / "data"));
+  for (const bool set :
+       {host.application != nullptr, host.resources != nullptr, host.folders != nullptr, host.http != nullptr,
+        host.notifications != nullptr, host.log != nullptr, host.mainThread == loop, host.clock == clock}) {
+    EXPECT_TRUE(set);
+  }
+  EXPECT_EQ(host.application->region(), "usa");
+  EXPECT_EQ(host.deviceTimeZone->current().name(), "Asia/Tokyo");
+  const auto container = *host.folders->container("group");
+  ASSERT_TRUE(host.files->write(container, container + "/file", "x", Durability::cache));
+  EXPECT_EQ(host.files->identity(folder / "data/containers/group/file")->modified, 1'000'000'000'000'000);
+  EXPECT_TRUE(host.userDefaults->setBoolean("A", true));
+  EXPECT_TRUE(std::filesystem::exists(folder / "data/defaults.plist"));
+}
+
+}  // namespace
+}  // namespace marlune::testing

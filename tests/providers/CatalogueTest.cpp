@@ -1,0 +1,137 @@
+#include <atomic>
+#include <condition_variable>
+#include <thread>
+
+#include "providers/ProviderTest.h"
+
+namespace marlune {
+namespace {
+
+class CatalogueTest : public testing::ProviderTest {};
+
+std::vector<std::string> ids(const TideDataProvider::Stations& stations) {
+  std::vector<std::string> result;
+  for (const auto& station : stations) result.push_back(station->stationId.value_or("-"));
+  return result;
+}
+
+TEST_F(CatalogueTest, ReadsOnlyLinesOfEightFields) {
+  fake.resources->files.insert_or_assign("stations_master_usa2.txt",
+                                         "\xEF\xBB\xBF"
+                                         "1~a~2~ +36.5north~-x~Name ~State~Etc/GMT-5\r\n"
+                                         "seven~a~0~1~2~n~s\n"
+                                         "nine~a~0~1~2~n~s~z~extra\n\n# comment\n"
+                                         "2~b~0~1e1~.5~\xC3\x86r\xC3\xB8~State~\xE2\x80\xA8"
+                                         "1~c~0~1~2~Later~Other~UTC");
+  const auto all = provider->getAllTideStations();
+  ASSERT_EQ(all.size(), 2U);
+  const auto one = provider->getTideStationById("1");
+  EXPECT_EQ(one->stationName, "Later");
+  const auto state = provider->getTideStationsForState("State");
+  ASSERT_EQ(state->size(), 2U) << "the replaced station stays in its state's list";
+  EXPECT_TRUE(state->front()->isSubordinate);
+  EXPECT_EQ(state->front()->coordinate, (Coordinate{36.5, 0.0}));
+  EXPECT_EQ(state->front()->stationName, "Name ") << "fields are taken as they stand";
+  EXPECT_EQ(state->back()->coordinate, (Coordinate{10.0, 0.5}));
+  EXPECT_EQ(state->back()->country, "United States");
+  EXPECT_FALSE(state->back()->isSubordinate);
+  EXPECT_EQ(provider->calendarForStation(state->back()).timeZone(), TimeZone()) << "no zone text is no zone";
+}
+
+TEST_F(CatalogueTest, AMissingOrUnreadableFileLeavesItEmpty) {
+  for (const auto& text :
+       {std::optional<std::string>(), std::optional<std::string>("1~a~0~1~2~\xFF~s~UTC")}) {
+    if (text) fake.resources->files.insert_or_assign("stations_master_usa2.txt", *text);
+    if (!text) fake.resources->files.erase("stations_master_usa2.txt");
+    provider = make();
+    EXPECT_TRUE(provider->getAllTideStations().empty());
+    EXPECT_TRUE(provider->hasLoadedStations());
+    EXPECT_FALSE(provider->getTideStationsForState("s"));
+    EXPECT_EQ(provider->loadStationDataForStationId("1"), nullptr);
+  }
+}
+
+TEST_F(CatalogueTest, OneStationIsReadStraightFromTheFile) {
+  EXPECT_EQ(provider->loadStationDataForStationId("8")->stationName, "Eight");
+  EXPECT_EQ(provider->loadStationDataForStationId("nine"), nullptr);
+  EXPECT_EQ(provider->loadStationDataForStationId(""), nullptr);
+  EXPECT_FALSE(provider->hasLoadedStations());
+  EXPECT_EQ(ids(provider->getStationsByNearest({0, 0})), (std::vector<std::string>{"8"}));
+  EXPECT_EQ(ids(provider->getAllTideStations()), (std::vector<std::string>{"7", "8"}));
+}
+
+TEST_F(CatalogueTest, FindsByPlace) {
+  fake.resources->files.insert_or_assign(
+      "stations_master_usa2.txt",
+      "a~~0~10~20~A~S~\nb~~0~11~179.9~B~S~\nc~~0~11~-179.9~C~S~\nd~~0~0~0~D~S~\n");
+  EXPECT_TRUE(provider->getStationsByNearest({0, 0}).empty()) << "does not load the catalogue";
+  provider->loadStationData();
+  EXPECT_EQ(ids(provider->getStationsByNearest({11, -179.9})),
+            (std::vector<std::string>{"c", "b", "a", "d"}));
+  EXPECT_EQ(ids(provider->getStationsByRegionBoundary({9, 19}, {11, 21})), (std::vector<std::string>{"a"}));
+  EXPECT_TRUE(provider->getStationsByRegionBoundary({10, 19}, {11, 21}).empty()) << "strict on the edge";
+  EXPECT_TRUE(provider->getStationsByRegionBoundary({11, 21}, {9, 19}).empty())
+      << "corners the other way round";
+  const MapPoint center = mapPoint({0, 0});
+  EXPECT_EQ(center.x, mapWorldSize / 2);
+  EXPECT_EQ(center.y, mapWorldSize / 2);
+  EXPECT_EQ(ids(provider->getStationsInMapVisibleRect({center.x, center.y, 1, 1})),
+            (std::vector<std::string>{"d"}));
+  EXPECT_TRUE(provider->getStationsInMapVisibleRect({center.x - 1, center.y - 1, 1, 1}).empty());
+  EXPECT_NEAR(distanceInMeters({0, 0}, {0, 180}), 20'015'086.8, 0.1);
+  EXPECT_LT(mapPoint({60, 0}).y, mapPoint({50, 0}).y) << "y runs southward";
+}
+
+TEST_F(CatalogueTest, KnowsTheDefaultStation) {
+  const auto first = provider->getDefaultTideStation();
+  EXPECT_EQ(first->stationId, "398997177");
+  EXPECT_FALSE(first->country);
+  EXPECT_FALSE(first->isSubordinate);
+  EXPECT_NE(first, provider->getDefaultTideStation());
+  EXPECT_FALSE(provider->tideLevelUnitInMeters());
+}
+
+/// Resources that wait until they are let go.
+class SlowResources : public LibraryResources {
+ public:
+  std::optional<Bytes> read(std::string_view) const override {
+    std::unique_lock lock(mutex_);
+    reading_ = true;
+    changed_.notify_all();
+    changed_.wait(lock, [this] { return open_; });
+    return "1~a~0~1~2~n~s~UTC\n";
+  }
+  void waitForReader() {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return reading_; });
+  }
+  void open() {
+    const std::lock_guard lock(mutex_);
+    open_ = true;
+    changed_.notify_all();
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  mutable std::condition_variable changed_;
+  mutable bool reading_ = false;
+  bool open_ = false;
+};
+
+TEST_F(CatalogueTest, ASecondThreadWaitsForTheFirstLoad) {
+  const auto slow = std::make_shared<SlowResources>();
+  fake.otherResources = slow;
+  provider = make();
+  std::thread loader([&] { provider->loadStationData(); });
+  slow->waitForReader();
+  EXPECT_TRUE(provider->hasLoadedStations()) << "set before the file is read";
+  std::atomic<std::size_t> seen = 0;
+  std::thread asker([&] { seen = provider->getAllTideStations().size(); });
+  slow->open();
+  loader.join();
+  asker.join();
+  EXPECT_EQ(seen, 1U);
+}
+
+}  // namespace
+}  // namespace marlune

@@ -1,0 +1,96 @@
+#pragma once
+
+#include <fmt/format.h>
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "marlune/providers/TideDataProvider.h"
+#include "support/HostTest.h"
+#include "support/NotificationRecorder.h"
+
+namespace marlune::testing {
+
+/// A provider over fakes: 2024-05-15 12:00 UTC, a station in UTC, and year documents of its making.
+class ProviderTest : public HostTest {
+ protected:
+  explicit ProviderTest(const FakeHostOptions& options = {}) : HostTest(options) {
+    fake.settings.tideApiHost = "tides.test";
+    fake.settings.supportEmail = "help@tides.test";
+    fake.clock->set(dateFromSeconds(noon));
+    fake.resources->files.insert_or_assign(
+        "stations_master_usa2.txt",
+        "7~x~0~36~-122~Seven~California~UTC\r\n8~y~1~0~0~Eight~Guam~Pacific/Guam\n");
+    station->stationId = "7";
+    station->timezoneName = "UTC";
+    provider = make();
+  }
+
+  std::unique_ptr<TideDataProvider> make() {
+    const Host host = fake.host();
+    files = std::make_shared<FileAccess>(host.folders, host.files);
+    months = std::make_shared<TideEventDiskCache>(files);
+    return std::make_unique<TideDataProvider>(host, files, months);
+  }
+
+  /// A document with `perMonth` events in each month of a year, on the hour from noon of the 2nd day on.
+  static std::string document(int year, int perMonth, double level = 1.0) {
+    std::string text = "<tides><s id=\"7\"/>";
+    const Calendar utc{TimeZone()};
+    for (int month = 1; month <= 12; ++month) {
+      for (int i = 0; i < perMonth; ++i) {
+        text += fmt::format("<e t=\"{}\" l=\"{}\" w=\"{}\"/>", utc.instant({year, month, 2, 12 + i, 0, 0}),
+                            level, i % 2 == 0 ? "H" : "L");
+      }
+    }
+    return text + "</tides>" + std::string(2600, ' ');
+  }
+
+  static std::string address(int year) {
+    return fmt::format("http://tides.test/v1/tideapi.php?op=highlowtide&id=7&year={}&version=1&format=xml",
+                       year);
+  }
+  static std::string fileName(int year) { return fmt::format("{}7.xml", year); }
+  static std::string padded(std::size_t size) {
+    std::string text = "<a/>";
+    text.resize(size, ' ');
+    return text;
+  }
+  static std::int64_t at(int year, int month, int day, int hour = 0) {
+    return TimeZone().instant({year, month, day, hour, 0, 0});
+  }
+  static Date dateAt(int year, int month, int day, int hour = 0) {
+    return dateFromSeconds(static_cast<double>(at(year, month, day, hour)));
+  }
+
+  void keep(int year, std::string_view bytes) {
+    ASSERT_TRUE(files->saveFileInContainer(kGroupContainerName, fileName(year), bytes));
+  }
+  Data kept(int year) { return files->loadFileInContainer(kGroupContainerName, fileName(year)); }
+  std::size_t inMemory(int year, int month) {
+    const auto list = provider->getTideData("7", year, month);
+    return list ? list->size() : 0;
+  }
+
+  /// fetchTideEventsForStation, waited for; how many events came, -1 for none.
+  int fetched(Date from, Date to) {
+    int count = -2;
+    provider->fetchTideEventsForStation(station, from, to,
+                                        [&, once = completions.once("fetch")](auto events) {
+                                          count = events ? static_cast<int>(events->size()) : -1;
+                                          once();
+                                        });
+    EXPECT_TRUE(fake.settle());
+    return count;
+  }
+
+  static constexpr double noon = 1'715'774'400;  // 2024-05-15 12:00 UTC
+  std::shared_ptr<FileAccess> files;
+  std::shared_ptr<TideEventDiskCache> months;
+  std::shared_ptr<TideStation> station = std::make_shared<TideStation>();
+  std::unique_ptr<TideDataProvider> provider;
+};
+
+}  // namespace marlune::testing

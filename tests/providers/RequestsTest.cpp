@@ -1,0 +1,289 @@
+#include <algorithm>
+#include <atomic>
+
+#include "providers/ProviderTest.h"
+
+namespace marlune {
+namespace {
+
+using Names = std::vector<std::string>;
+
+class RequestsTest : public testing::ProviderTest {
+ protected:
+  RequestsTest() {
+    observation = fake.notifications->observe("", [this](const Notification&) {
+      if (fake.mainThread->isMainThread()) ++onMain;
+    });
+  }
+  void begin(Date date, bool notify = true) {
+    provider->beginGetHighLowTideData(station, date, nullptr, notify);
+  }
+  /// What has been posted since the last time, once nothing is under way any more.
+  std::vector<Notification> settled() {
+    EXPECT_TRUE(fake.settle());
+    return seen.take();
+  }
+  static Names namesOf(const std::vector<Notification>& posted) {
+    Names names;
+    for (const auto& each : posted) names.push_back(each.name);
+    return names;
+  }
+
+  testing::NotificationRecorder seen{*fake.notifications};
+  NotificationCenter::Observation observation;
+  std::atomic<int> onMain = 0;
+};
+
+const char* const begun = "TideData_FetchHighLowTideBegun";
+const char* const completed = "TideData_FetchHighLowTideCompleted";
+const char* const failed = "TideData_FetchHighLowTideError";
+
+TEST_F(RequestsTest, LogsMissingParameters) {
+  provider->beginGetHighLowTideData(nullptr, dateAt(2024, 5, 1), nullptr, true);
+  provider->beginGetHighLowTideData(station, std::nullopt, nullptr, true);
+  expectLog("[TideDataProvider] Error: Nil parameter passed to beginGetHighLowTideData");
+  EXPECT_TRUE(settled().empty());
+  EXPECT_FALSE(provider->isTideDataCachedForStation(nullptr, dateAt(2024, 5, 1)));
+}
+
+TEST_F(RequestsTest, ACachedMonthIsCompletedAtOnce) {
+  keep(2024, document(2024, 31));
+  provider->populateCacheForStation(station, 2024, 5);
+  EXPECT_TRUE(provider->isTideDataCachedForStation(station, dateAt(2024, 5, 20)));
+  const Date date = dateFromSeconds(noon + 0.5);
+  begin(date);
+  const auto posted = seen.take();  // before anything could have run
+  ASSERT_EQ(namesOf(posted), Names{completed});
+  EXPECT_EQ(posted[0].object, nullptr);
+  EXPECT_EQ(std::any_cast<std::shared_ptr<TideStation>>(posted[0].userInfo->at("tidestation")), station);
+  EXPECT_EQ(std::any_cast<Date>(posted[0].userInfo->at("date")), date);
+  begin(date, false);
+  EXPECT_TRUE(settled().empty());
+}
+
+TEST_F(RequestsTest, AMonthBelow31EventsIsLoadedFromItsFile) {
+  keep(2024, document(2024, 30));
+  provider->populateCacheForStation(station, 2024, 5);
+  EXPECT_FALSE(provider->isTideDataCachedForStation(station, dateAt(2024, 5, 20)));
+  begin(dateAt(2024, 5, 20));
+  EXPECT_EQ(namesOf(seen.take()), Names{begun});
+  const auto posted = settled();
+  EXPECT_EQ(namesOf(posted), Names{completed});
+  EXPECT_EQ(onMain, 2);
+  EXPECT_EQ(inMemory(2024, 6), 30U) << "and the month after with it";
+  EXPECT_EQ(inMemory(2024, 7), 0U);
+  EXPECT_TRUE(fake.http->requests().empty());
+}
+
+TEST_F(RequestsTest, NovemberFetchesTheNextYearAheadOfNeed) {
+  keep(2024, document(2024, 31));
+  fake.http->script(address(2025), testing::answerOf(document(2025, 31)));
+  begin(dateAt(2024, 11, 30));
+  Names names = namesOf(settled());
+  std::sort(names.begin(), names.end());  // the download and the load are under way side by side
+  EXPECT_EQ(names, (Names{begun, completed, "downloadedTideData"}));
+  EXPECT_EQ(inMemory(2024, 12), 31U);
+  EXPECT_TRUE(kept(2025));
+  EXPECT_EQ(inMemory(2025, 1), 31U);
+
+  provider->clearCache();
+  begin(dateAt(2024, 12, 30));
+  settled();
+  EXPECT_EQ(inMemory(2024, 12), 31U);
+  EXPECT_EQ(inMemory(2025, 1), 0U) << "December fills only itself";
+}
+
+TEST_F(RequestsTest, ADownloadEndsInCompletedOrError) {
+  const struct {
+    std::size_t size;
+    Names names;
+  } cases[] = {{2500, {begun, "downloadTideDataFailed", failed}},
+               {2501, {begun, "downloadedTideData", completed}}};
+  allowLog("addTideData");
+  months->cacheEvents({{at(2024, 9, 2), 1, true}}, "7", 2024, 9);
+  for (const auto& [size, names] : cases) {
+    fake.http->script(address(2024), testing::answerOf(padded(size)));
+    onMain = 0;
+    begin(dateAt(2024, 5, 20));
+    const auto posted = settled();
+    EXPECT_EQ(namesOf(posted), names);
+    EXPECT_EQ(onMain, 2) << "the download's own notification comes from its thread";
+    EXPECT_EQ(std::any_cast<Date>(posted.back().userInfo->at("date")), dateAt(2024, 5, 20));
+  }
+  EXPECT_FALSE(months->cachedEvents("7", 2024, 9)) << "a new year evicts the station's months";
+}
+
+TEST_F(RequestsTest, EqualRequestsAreOne) {
+  fake.http->hold(address(2024));
+  for (int i = 0; i < 3; ++i) begin(dateAt(2024, 5, 20));
+  begin(dateAt(2024, 6, 20));  // the same file
+  ASSERT_TRUE(fake.http->waitForRequests(1));
+  fake.http->answer(address(2024), testing::answerOf(document(2024, 31)));
+  EXPECT_EQ(namesOf(settled()), (Names{begun, begun, begun, begun, "downloadedTideData", completed}));
+  EXPECT_EQ(fake.http->requests().size(), 1U);
+  begin(dateAt(2024, 6, 20));
+  EXPECT_EQ(namesOf(settled()), (Names{begun, completed})) << "the key is free again";
+}
+
+TEST_F(RequestsTest, APoorFileIsDeletedAndRefreshed) {
+  const std::string poor[] = {padded(2499), document(2024, 29), padded(2500), "<broken" + padded(3000)};
+  fake.http->script(address(2024), testing::answerOf(document(2024, 31, 5.0)));
+  for (const auto& bytes : poor) {
+    provider->clearCache();
+    keep(2024, bytes);
+    begin(dateAt(2024, 3, 20));
+    const auto posted = settled();
+    EXPECT_EQ(namesOf(posted), (Names{begun, "downloadedTideData", completed})) << bytes.size();
+    EXPECT_EQ(std::any_cast<Date>(posted.back().userInfo->at("date")), dateFromSeconds(noon));
+    EXPECT_EQ(inMemory(2024, 5), 31U) << "a refresh brings the current month";
+    EXPECT_EQ(*kept(2024), document(2024, 31, 5.0));
+  }
+  // 2500 bytes with a whole month in them are taken.
+  std::string just = "<t>";
+  for (int i = 0; i < 31; ++i) just += fmt::format(R"(<e t="{}" l="1" w="H"/>)", at(2024, 3, 2, i));
+  just += "</t>";
+  just.resize(2500, ' ');
+  keep(2024, just);
+  begin(dateAt(2024, 3, 20));
+  EXPECT_EQ(namesOf(settled()), (Names{begun, completed}));
+}
+
+TEST_F(RequestsTest, AFailedRefreshSaysSoAndKeepsTheFile) {
+  keep(2024, document(2024, 31));
+  fake.http->script(address(2024), testing::answerOf(padded(2000)));
+  provider->queueRefreshDataTaskForStation(station);
+  provider->queueRefreshDataTaskForStation(nullptr);
+  const auto posted = settled();
+  ASSERT_EQ(namesOf(posted), (Names{"downloadTideDataFailed", "kMainModelTideDataDownloadFailed"}));
+  EXPECT_EQ(std::any_cast<std::string>(posted[1].userInfo->at("error")),
+            "Error refreshing tide data for station id '7'. Size:0. Contact help@tides.test for support.");
+  EXPECT_EQ(*kept(2024), document(2024, 31));
+}
+
+TEST_F(RequestsTest, ARefreshReplacesTheCurrentMonth) {
+  keep(2024, document(2024, 31, 1.0));
+  provider->populateCacheForStation(station, 2024, 5);
+  provider->populateCacheForStation(station, 2024, 6);
+  fake.http->script(address(2024), testing::answerOf(document(2024, 30, 2.0)));
+  provider->queueRefreshDataTaskForStation(station);
+  settled();
+  EXPECT_EQ(inMemory(2024, 5), 30U) << "dropped before the merge";
+  EXPECT_EQ(inMemory(2024, 6), 31U);
+  EXPECT_FALSE(months->cachedEvents("7", 2024, 6)) << "evicted";
+}
+
+TEST_F(RequestsTest, ADayIs86400SecondsFromTheStationsMidnight) {
+  station->timezoneName = "America/New_York";
+  std::string text = "<t>";
+  const std::int64_t midnight = TimeZone::named("America/New_York")->instant({2024, 3, 10, 0, 0, 0});
+  for (const std::int64_t t : {midnight - 1, midnight, midnight + 86'400, midnight + 86'401}) {
+    text += fmt::format(R"(<e t="{}" l="1" w="H"/>)", t);
+  }
+  keep(2024, text + "</t>");
+  const auto day = provider->loadTideEventsForStation(station, dateAt(2024, 3, 10, 20));  // a day of 23 hours
+  ASSERT_EQ(day->size(), 2U);
+  EXPECT_EQ(day->back().timestamp, midnight + 86'400);
+}
+
+TEST_F(RequestsTest, ARangeOnTheDiskIsAnsweredAtOnce) {
+  keep(2024, document(2024, 31));
+  std::optional<TideDataProvider::Events> got;
+  provider->fetchTideEventsForStation(station, dateAt(2024, 5, 1), dateAt(2024, 5, 31), [&](auto events) {
+    EXPECT_TRUE(fake.mainThread->isMainThread()) << "on the calling thread";
+    got = std::move(events);
+  });
+  EXPECT_EQ(got->size(), 31U);
+  EXPECT_TRUE(fake.http->requests().empty());
+  EXPECT_TRUE(settled().empty());
+}
+
+TEST_F(RequestsTest, ARangeThatIsMissingIsTransferredFrom251BytesOn) {
+  allowLog("addTideData");
+  fake.http->script(address(2024), testing::answerOf(padded(250)));
+  EXPECT_EQ(fetched(dateAt(2024, 5, 1), dateAt(2024, 6, 30)), -1);
+  EXPECT_FALSE(kept(2024));
+  fake.http->script(address(2024), testing::answerOf(padded(251), 404));
+  EXPECT_EQ(fetched(dateAt(2024, 5, 1), dateAt(2024, 6, 30)), -1);
+  EXPECT_TRUE(kept(2024)) << "only the size decides";
+  fake.http->script(address(2024), testing::answerOf(document(2024, 31)));
+  EXPECT_EQ(fetched(dateAt(2024, 5, 1), dateAt(2024, 6, 30)), 62) << "and the bad file is overcome";
+  EXPECT_EQ(months->cachedEvents("7", 2024, 6)->size(), 31U);
+  EXPECT_EQ(fake.http->requests().size(), 3U);
+  EXPECT_TRUE(settled().empty()) << "a range fetch posts nothing";
+}
+
+TEST_F(RequestsTest, ATransfersCompletionRunsInTheBackground) {
+  fake.http->script(address(2024), testing::answerOf(document(2024, 31)));
+  bool main = true;
+  provider->fetchTideEventsForStation(station, dateAt(2024, 5, 1), dateAt(2024, 5, 30),
+                                      [&, once = completions.once("fetch")](const auto&) {
+                                        main = fake.mainThread->isMainThread();
+                                        once();
+                                      });
+  ASSERT_TRUE(fake.settle());
+  EXPECT_FALSE(main);
+}
+
+TEST_F(RequestsTest, OneEventIsNotEnoughForARange) {
+  keep(2024, document(2024, 1));
+  fake.http->script(address(2024), testing::answerOf(document(2024, 31)));
+  EXPECT_EQ(fetched(dateAt(2024, 5, 1), dateAt(2024, 5, 30)), 31);
+}
+
+TEST_F(RequestsTest, ARangeOverNewYearAlsoBringsTheNextYearsFile) {
+  keep(2024, document(2024, 31));
+  fake.http->script(address(2025), testing::answerOf(document(2025, 31)));
+  EXPECT_EQ(fetched(dateAt(2024, 12, 2), dateAt(2025, 1, 2, 13)), 31);
+  EXPECT_TRUE(kept(2025));
+  EXPECT_EQ(fetched(dateAt(2024, 12, 2), dateAt(2025, 1, 2, 13)), 33);
+  EXPECT_EQ(fake.http->requests().size(), 1U);
+}
+
+TEST_F(RequestsTest, FavouritesKeepThisYearAndTheNext) {
+  EXPECT_EQ(provider->yearsForFavoriteDownload(), (Names{"2024", "2025"}));
+  keep(2024, "anything");
+  fake.http->script(address(2025), testing::answerOf(padded(50)));
+  provider->verifyAndDownloadFavoriteStationData(station);
+  EXPECT_TRUE(settled().empty());
+  EXPECT_FALSE(kept(2025));
+  fake.http->script(address(2025), testing::answerOf(padded(51)));
+  provider->verifyAndDownloadFavoriteStationData(station);
+  EXPECT_TRUE(settled().empty()) << "nothing is posted";
+  EXPECT_TRUE(kept(2025));
+  provider->verifyAndDownloadFavoriteStationData(station);
+  settled();
+  EXPECT_EQ(fake.http->requests().size(), 2U);
+}
+
+TEST_F(RequestsTest, DestroyedWithWorkInFlightItCallsEveryCompletionOnce) {
+  for (const int year : {2023, 2024, 2025}) fake.http->hold(address(year));
+  begin(dateAt(2024, 5, 20));
+  provider->queueRefreshDataTaskForStation(station);
+  provider->verifyAndDownloadFavoriteStationData(station);
+  for (int i = 0; i < 4; ++i) {
+    provider->fetchTideEventsForStation(station, dateAt(2023, 5, 1), dateAt(2023, 5, 9),
+                                        [once = completions.once("fetch")](const auto& events) {
+                                          EXPECT_FALSE(events);
+                                          once();
+                                        });
+  }
+  ASSERT_TRUE(fake.http->waitForRequests(6));
+  provider.reset();
+  EXPECT_EQ(completions.outstanding(), 0U);
+  seen.take();
+  EXPECT_TRUE(settled().empty()) << "nothing comes from a provider that is gone";
+}
+
+TEST_F(RequestsTest, ACompletionMayDestroyTheProvider) {
+  fake.http->script(address(2024), testing::answerOf(document(2024, 31)));
+  provider->fetchTideEventsForStation(station, dateAt(2024, 5, 1), dateAt(2024, 5, 30),
+                                      [&, once = completions.once("fetch")](const auto&) {
+                                        provider.reset();
+                                        once();
+                                      });
+  EXPECT_TRUE(completions.wait());
+  EXPECT_TRUE(fake.settle());
+}
+
+}  // namespace
+}  // namespace marlune

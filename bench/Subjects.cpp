@@ -75,6 +75,9 @@ void placeYearFile(const std::string& folder) {
   const bool saved = setting.files->saveFileInContainer(
       kGroupContainerName, setting.provider->fileNameForStation(stationId, year), yearDocument());
   require(saved, "cannot write below " + folder);
+}
+
+void waitUntilSettled() {
   std::this_thread::sleep_for(std::chrono::milliseconds(100));
 }
 

@@ -51,7 +51,10 @@ struct Setting {
   std::unique_ptr<TideDataProvider> provider;
 };
 
-/// Puts the year document into the container of a setting, long enough ago for the file to count as settled.
+/// Puts the year document into the container of the setting at `folder`.
 void placeYearFile(const std::string& folder);
+
+/// Waits until the files written so far count as settled.
+void waitUntilSettled();
 
 }  // namespace marlune::bench

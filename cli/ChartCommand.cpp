@@ -66,7 +66,8 @@ Events gather(TideDataProvider& provider, const StationPtr& station, std::int64_
     const auto list = provider.getTideData(station->stationId.value_or(""), month.year, month.month);
     if (list) events.insert(events.end(), list->begin(), list->end());
   }
-  std::erase_if(events, [](const TideEvent& event) { return !std::isfinite(event.tidelevel); });
+  // What no tide reaches cannot be drawn to scale with the rest.
+  std::erase_if(events, [](const TideEvent& event) { return !(std::abs(event.tidelevel) < 1e5); });
   events = provider.filterEventsToDate(events, from, to);
   events.erase(std::unique(events.begin(), events.end(),
                            [](const TideEvent& a, const TideEvent& b) { return a.timestamp == b.timestamp; }),

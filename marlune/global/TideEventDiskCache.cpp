@@ -44,7 +44,11 @@ char* putNumber(char* at, Number value) {
 }
 
 std::string fileName(std::string_view stationId, std::int64_t year, int month) {
-  return fmt::format("{}{}_{}_{}{}", prefix, stationId, year, month, suffix);
+  std::string name;
+  name.reserve(prefix.size() + stationId.size() + 40);
+  name.append(prefix).append(stationId).append("_").append(std::to_string(year));
+  name.append("_").append(std::to_string(month)).append(suffix);
+  return name;
 }
 
 }  // namespace
@@ -90,12 +94,14 @@ std::optional<std::vector<TideEvent>> TideEventDiskCache::decode(std::string_vie
   if (bytes.size() < headerSize) return std::nullopt;
   const std::size_t count = numberAt<std::uint32_t>(bytes.data());
   if ((bytes.size() - headerSize) / recordSize < count) return std::nullopt;
-  std::vector<TideEvent> events;
-  events.reserve(count);
+  std::vector<TideEvent> events(count);
   const char* at = bytes.data() + headerSize;
-  for (std::size_t i = 0; i < count; ++i, at += recordSize) {
-    TideEvent& event = events.emplace_back(numberAt<std::int64_t>(at), numberAt<double>(at + 8), at[16] == 1);
+  for (TideEvent& event : events) {
+    event.timestamp = numberAt<std::int64_t>(at);
+    event.tidelevel = numberAt<double>(at + 8);
+    event.isHighTide = at[16] == 1;
     event.tideLevelInMeters = at[17] == 1;
+    at += recordSize;
   }
   return events;
 }

@@ -58,7 +58,7 @@ class FreshContainers {
 
   /// The data folder of one.
   std::string next() {
-    if (used_ == made_) make(100);
+    if (used_ == made_) make(50);
     return nameOf(used_++);
   }
 
@@ -96,8 +96,8 @@ void addMonthsOfFile(const std::string& where, const std::string& parent) {
             "a month file is missing");
   }
   addPair({.name = "twelve months of a year file, " + where,
-           .library = {.run = [=] { populate(12); }, .prepare = renew, .runs = 10},
-           .reference = {.run = [=] { populate(1); }, .prepare = renew, .runs = 10},
+           .library = {.run = [=] { populate(12); }, .prepare = renew, .runs = 5},
+           .reference = {.run = [=] { populate(1); }, .prepare = renew, .runs = 5},
            .ratioAtMost = 1.5});
 }
 
@@ -133,12 +133,12 @@ void addMonthFile(const std::shared_ptr<WorkFolder>& folder) {
 }  // namespace
 
 void addDocumentPairs() {
-  const auto folder = std::make_shared<WorkFolder>("/tmp");
-  require(folder->exists(), "cannot make a folder in /tmp");
+  const auto folder = std::make_shared<WorkFolder>(workPlace());
+  require(folder->exists(), "cannot make a folder in " + workPlace());
   placeYearFile(folder->path());
   waitUntilSettled();
   addMonthOfDocument(std::make_shared<Setting>(folder->path()));
-  addMonthsOfFile("on disk", "/tmp");
+  addMonthsOfFile("on disk", workPlace());
   addMonthsOfFile("in memory", "/dev/shm");
   addMonthFile(folder);
 }

@@ -72,7 +72,7 @@ void addCatalogue() {
 }
 
 void addNearest() {
-  const auto folder = std::make_shared<WorkFolder>("/tmp");
+  const auto folder = std::make_shared<WorkFolder>(workPlace());
   const auto setting = std::make_shared<Setting>(folder->path());
   setting->provider->loadStationData();
   const Coordinate here{38.4, -90.2};

@@ -24,6 +24,9 @@ const std::vector<TideEvent>& yearEvents();
 /// The default station, with its zone.
 std::shared_ptr<TideStation> station();
 
+/// Where files are made: TMPDIR, else /tmp.
+std::string workPlace();
+
 /// A folder that goes with its owner, on the disk or in memory.
 class WorkFolder {
  public:

@@ -112,6 +112,11 @@ std::optional<Bytes> LinuxFileSystem::read(const std::string& path) {
   return readWholeFile(path);
 }
 
+std::optional<std::size_t> LinuxFileSystem::readInto(const std::string& path, std::span<char> room) {
+  if (!usable(path)) return std::nullopt;
+  return readWholeFileInto(path, room);
+}
+
 std::optional<FileIdentity> LinuxFileSystem::identity(const std::string& path) {
   struct stat status {};
   if (!usable(path) || ::stat(path.c_str(), &status) != 0) return std::nullopt;

@@ -27,6 +27,7 @@ class MARLUNE_API LinuxFileSystem : public FileSystem {
   explicit LinuxFileSystem(std::shared_ptr<Clock> clock = nullptr);
 
   std::optional<Bytes> read(const std::string& path) override;
+  std::optional<std::size_t> readInto(const std::string& path, std::span<char> room) override;
   std::optional<FileIdentity> identity(const std::string& path) override;
   bool write(const std::string& folder, const std::string& path, std::string_view bytes,
              Durability durability) override;

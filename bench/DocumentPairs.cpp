@@ -48,16 +48,38 @@ void addMonthOfDocument(const std::shared_ptr<Setting>& setting) {
            .ratioAtMost = 1.3});
 }
 
+/// Containers that hold nothing but the year file, each to be used once: to empty a used one would leave the
+/// file system with removed files to look after, which some do as the next ones are made.
+class FreshContainers {
+ public:
+  explicit FreshContainers(const std::string& parent) : folder_(parent) {}
+
+  bool exist() const { return folder_.exists(); }
+
+  /// The data folder of one.
+  std::string next() {
+    if (used_ == made_) make(50);
+    return nameOf(used_++);
+  }
+
+ private:
+  std::string nameOf(int number) const { return folder_.path() + "/" + std::to_string(number); }
+  void make(int more) {
+    for (const int until = made_ + more; made_ < until; ++made_) placeYearFile(nameOf(made_));
+    waitUntilSettled();
+  }
+
+  WorkFolder folder_;
+  int made_ = 0;
+  int used_ = 0;
+};
+
 void addMonthsOfFile(const std::string& where, const std::string& parent) {
-  const auto folder = std::make_shared<WorkFolder>(parent);
-  if (!folder->exists()) return;
-  placeYearFile(folder->path());
+  const auto containers = std::make_shared<FreshContainers>(parent);
+  if (!containers->exist()) return;
   const auto place = station();
   const auto setting = std::make_shared<std::unique_ptr<Setting>>();
-  const auto renew = [=] {
-    *setting = std::make_unique<Setting>(folder->path());
-    (*setting)->diskCache->evictAll();
-  };
+  const auto renew = [=] { *setting = std::make_unique<Setting>(containers->next()); };
   const auto populate = [=](int months) {
     bool all = true;
     for (int month = 1; month <= months; ++month) {
@@ -74,8 +96,8 @@ void addMonthsOfFile(const std::string& where, const std::string& parent) {
             "a month file is missing");
   }
   addPair({.name = "twelve months of a year file, " + where,
-           .library = {.run = [=] { populate(12); }, .prepare = renew},
-           .reference = {.run = [=] { populate(1); }, .prepare = renew},
+           .library = {.run = [=] { populate(12); }, .prepare = renew, .runs = 5},
+           .reference = {.run = [=] { populate(1); }, .prepare = renew, .runs = 5},
            .ratioAtMost = 1.5});
 }
 
@@ -111,11 +133,12 @@ void addMonthFile(const std::shared_ptr<WorkFolder>& folder) {
 }  // namespace
 
 void addDocumentPairs() {
-  const auto folder = std::make_shared<WorkFolder>("/tmp");
-  require(folder->exists(), "cannot make a folder in /tmp");
+  const auto folder = std::make_shared<WorkFolder>(workPlace());
+  require(folder->exists(), "cannot make a folder in " + workPlace());
   placeYearFile(folder->path());
+  waitUntilSettled();
   addMonthOfDocument(std::make_shared<Setting>(folder->path()));
-  addMonthsOfFile("on disk", "/tmp");
+  addMonthsOfFile("on disk", workPlace());
   addMonthsOfFile("in memory", "/dev/shm");
   addMonthFile(folder);
 }

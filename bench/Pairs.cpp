@@ -40,6 +40,7 @@ void registerSide(const std::string& name, const Side& side) {
       benchmark::RegisterBenchmark(name.c_str(), [&side](benchmark::State& state) { runSide(state, side); });
   made->Unit(benchmark::kMicrosecond);
   if (side.prepare) made->UseManualTime();
+  if (side.runs > 0) made->Iterations(side.runs);
 }
 
 double medianOf(std::vector<double> values) {

@@ -8,10 +8,11 @@
 namespace marlune::bench {
 
 /// One side of a comparison. `run` is timed; `prepare`, where there is one, runs before each `run` and is
-/// not.
+/// not. `runs` is how often in a repetition, 0 for as often as takes the time that is asked for.
 struct Side {
   std::function<void()> run;
   std::function<void()> prepare = {};
+  int runs = 0;
 };
 
 /// What the library does beside what the same work costs at least. Ratios are promised because they hold on

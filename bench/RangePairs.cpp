@@ -43,7 +43,7 @@ void checkRange(const Query& query, const Events& expected) {
 }  // namespace
 
 void addRangePairs() {
-  const auto folder = std::make_shared<WorkFolder>("/tmp");
+  const auto folder = std::make_shared<WorkFolder>(workPlace());
   placeYearFile(folder->path());
   const auto setting = std::make_shared<Setting>(folder->path());
   const auto place = station();

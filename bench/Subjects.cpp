@@ -51,6 +51,11 @@ std::shared_ptr<TideStation> station() {
   return made;
 }
 
+std::string workPlace() {
+  const char* const folder = std::getenv("TMPDIR");  // NOLINT(concurrency-mt-unsafe): one thread
+  return folder != nullptr && *folder == '/' ? folder : "/tmp";
+}
+
 WorkFolder::WorkFolder(const std::string& parent) {
   std::string path = parent + "/marlune-bench-XXXXXX";
   if (::mkdtemp(path.data()) != nullptr) path_ = path;
@@ -75,6 +80,9 @@ void placeYearFile(const std::string& folder) {
   const bool saved = setting.files->saveFileInContainer(
       kGroupContainerName, setting.provider->fileNameForStation(stationId, year), yearDocument());
   require(saved, "cannot write below " + folder);
+}
+
+void waitUntilSettled() {
   std::this_thread::sleep_for(std::chrono::milliseconds(100));
 }
 

@@ -24,6 +24,9 @@ const std::vector<TideEvent>& yearEvents();
 /// The default station, with its zone.
 std::shared_ptr<TideStation> station();
 
+/// Where files are made: TMPDIR, else /tmp.
+std::string workPlace();
+
 /// A folder that goes with its owner, on the disk or in memory.
 class WorkFolder {
  public:
@@ -51,7 +54,10 @@ struct Setting {
   std::unique_ptr<TideDataProvider> provider;
 };
 
-/// Puts the year document into the container of a setting, long enough ago for the file to count as settled.
+/// Puts the year document into the container of the setting at `folder`.
 void placeYearFile(const std::string& folder);
+
+/// Waits until the files written so far count as settled.
+void waitUntilSettled();
 
 }  // namespace marlune::bench

@@ -5,7 +5,7 @@ find_package(Threads REQUIRED)
 
 function(marlune_private_flags target)
   target_compile_features(${target} PRIVATE cxx_std_20)
-  # Levels are specified to the bit: no contraction that the source does not ask for.
+  # Levels are the same to the bit wherever they are computed: no contraction that the source does not ask for.
   target_compile_options(${target} PRIVATE -ffp-contract=off)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
     -Wsign-conversion -Wnon-virtual-dtor -Woverloaded-virtual)

@@ -2,6 +2,7 @@
 // ships: nothing is fetched, so the answer is the same every time.
 
 #include <marlune/marlune.h>
+#include <marlune/platform/ManualClock.h>
 
 #include <cstdio>
 #include <filesystem>

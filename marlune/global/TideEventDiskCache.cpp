@@ -1,12 +1,15 @@
 #include "marlune/global/TideEventDiskCache.h"
 
+#include <fmt/compile.h>
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <utility>
 
@@ -18,6 +21,7 @@ constexpr std::string_view prefix = "tcache_";
 constexpr std::string_view suffix = ".bin";
 constexpr std::size_t headerSize = 4;
 constexpr std::size_t recordSize = 18;
+constexpr std::size_t usualSize = 4096;  // a month has 130 events at most, with its margins
 
 template <class Number>
 Number littleEndian(Number value) {
@@ -43,9 +47,49 @@ char* putNumber(char* at, Number value) {
   return at + sizeof value;
 }
 
-std::string fileName(std::string_view stationId, std::int64_t year, int month) {
-  return fmt::format("{}{}_{}_{}{}", prefix, stationId, year, month, suffix);
-}
+/// Goes over the records of a file. A list made from two of these is written once, in place.
+class RecordIterator {
+ public:
+  using iterator_category = std::forward_iterator_tag;
+  using value_type = TideEvent;
+  using difference_type = std::ptrdiff_t;
+  using pointer = const TideEvent*;
+  using reference = TideEvent;
+
+  explicit RecordIterator(const char* at = nullptr) : at_(at) {}
+
+  TideEvent operator*() const {
+    TideEvent event(numberAt<std::int64_t>(at_), numberAt<double>(at_ + 8), at_[16] == 1);
+    event.tideLevelInMeters = at_[17] == 1;
+    return event;
+  }
+  RecordIterator& operator++() {
+    at_ += recordSize;
+    return *this;
+  }
+  RecordIterator operator++(int) {
+    const RecordIterator before = *this;
+    at_ += recordSize;
+    return before;
+  }
+  bool operator==(const RecordIterator&) const = default;
+
+ private:
+  const char* at_;
+};
+
+/// The name of a month's file, made in place: it is asked for at every look into the cache.
+class FileName {
+ public:
+  FileName(std::string_view stationId, std::int64_t year, int month) {
+    fmt::format_to(std::back_inserter(text_), FMT_COMPILE("{}{}_{}_{}{}"), prefix, stationId, year, month,
+                   suffix);
+  }
+  operator std::string_view() const { return {text_.data(), text_.size()}; }
+
+ private:
+  fmt::basic_memory_buffer<char, 96> text_;
+};
 
 }  // namespace
 
@@ -54,16 +98,21 @@ TideEventDiskCache::TideEventDiskCache(std::shared_ptr<FileAccess> files, std::s
 
 std::optional<std::vector<TideEvent>> TideEventDiskCache::cachedEvents(std::string_view stationId,
                                                                        std::int64_t year, int month) const {
-  const auto path = files_->pathInContainer(containerName_, fileName(stationId, year, month));
+  const auto path = files_->pathInContainer(containerName_, FileName(stationId, year, month));
   if (!path) return std::nullopt;
-  const auto bytes = files_->files()->read(*path);
+  std::array<char, usualSize> room;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled by the reading
+  FileSystem& files = *files_->files();
+  const auto size = files.readInto(*path, room);
+  if (!size) return std::nullopt;
+  if (*size <= room.size()) return decode({room.data(), *size});
+  const auto bytes = files.read(*path);
   return bytes ? decode(*bytes) : std::nullopt;
 }
 
 void TideEventDiskCache::cacheEvents(const std::vector<TideEvent>& events, std::string_view stationId,
                                      std::int64_t year, int month) const {
   if (events.empty()) return;
-  files_->saveFileInContainer(containerName_, fileName(stationId, year, month), encode(events));
+  files_->saveFileInContainer(containerName_, FileName(stationId, year, month), encode(events));
 }
 
 void TideEventDiskCache::evictForStation(std::string_view stationId) const {
@@ -90,14 +139,8 @@ std::optional<std::vector<TideEvent>> TideEventDiskCache::decode(std::string_vie
   if (bytes.size() < headerSize) return std::nullopt;
   const std::size_t count = numberAt<std::uint32_t>(bytes.data());
   if ((bytes.size() - headerSize) / recordSize < count) return std::nullopt;
-  std::vector<TideEvent> events;
-  events.reserve(count);
-  const char* at = bytes.data() + headerSize;
-  for (std::size_t i = 0; i < count; ++i, at += recordSize) {
-    TideEvent& event = events.emplace_back(numberAt<std::int64_t>(at), numberAt<double>(at + 8), at[16] == 1);
-    event.tideLevelInMeters = at[17] == 1;
-  }
-  return events;
+  const char* const first = bytes.data() + headerSize;
+  return std::vector<TideEvent>(RecordIterator(first), RecordIterator(first + count * recordSize));
 }
 
 Bytes TideEventDiskCache::encode(const std::vector<TideEvent>& events) {

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -45,6 +47,15 @@ class MARLUNE_API FileSystem {
   /// The content of the regular file at `path`; nothing when it cannot be read whole or is larger than 64
   /// MiB.
   virtual std::optional<Bytes> read(const std::string& path) = 0;
+
+  /// The same into room of the caller's, for small files that are read often: the size of the file, of which
+  /// nothing is in `room` when it is larger than that.
+  virtual std::optional<std::size_t> readInto(const std::string& path, std::span<char> room) {
+    const auto bytes = read(path);
+    if (!bytes) return std::nullopt;
+    if (bytes->size() <= room.size()) std::copy(bytes->begin(), bytes->end(), room.begin());
+    return bytes->size();
+  }
 
   /// The identity of what lies at `path`, or nothing when nothing does.
   virtual std::optional<FileIdentity> identity(const std::string& path) = 0;

@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <limits>
+#include <optional>
 
 #include "simdjson.h"
 
@@ -54,6 +55,29 @@ bool isTooLarge(std::string_view number) {
   return place + exponent > 0;
 }
 
+// A number of at most fifteen digits and nothing but a point among them, read to its end or to what is no
+// part of a number. Its digits and the power of ten are then exact doubles, so that one division rounds as
+// the full conversion would; nothing for what needs that.
+std::optional<double> shortDecimal(std::string_view text) {
+  constexpr double powersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                    1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+  std::int64_t digits = 0;
+  std::size_t at = 0;
+  std::size_t decimals = 0;
+  const auto take = [&](std::size_t limit) {
+    const std::size_t begin = at;
+    for (; at < text.size() && at < limit && isDigit(text[at]); ++at) digits = digits * 10 + (text[at] - '0');
+    return at - begin;
+  };
+  take(15);
+  if (at < text.size() && text[at] == '.') {
+    ++at;
+    decimals = take(16);
+  }
+  if (at < text.size() && (isDigit(text[at]) || text[at] == 'e' || text[at] == 'E')) return std::nullopt;
+  return static_cast<double>(digits) / powersOfTen[decimals];
+}
+
 std::uint32_t nextCodePoint(std::string_view text, std::size_t& at) {
   const auto byte = [&](std::size_t i) {
     return i < text.size() ? static_cast<std::uint32_t>(static_cast<unsigned char>(text[i])) : 0U;
@@ -82,6 +106,7 @@ double lenientDouble(std::string_view text) {
   const bool begins = !digits.empty() &&
                       (isDigit(digits[0]) || (digits[0] == '.' && digits.size() > 1 && isDigit(digits[1])));
   if (!begins) return 0.0;  // also "nan" and "inf", which the conversion would take
+  if (const auto value = shortDecimal(digits)) return negative ? -*value : *value;
   double value = 0.0;
   const auto [end, failure] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
   if (failure == std::errc::result_out_of_range) {
@@ -96,9 +121,13 @@ std::int64_t lenientInteger(std::string_view text) {
   constexpr auto top = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
   const std::uint64_t limit = negative ? top + 1 : top;
   std::uint64_t value = 0;
-  for (const char c : digits) {
-    if (!isDigit(c)) break;
-    const auto digit = static_cast<std::uint64_t>(c - '0');
+  std::size_t at = 0;
+  // So many digits cannot overflow.
+  for (; at < digits.size() && at < 18 && isDigit(digits[at]); ++at) {
+    value = value * 10 + static_cast<std::uint64_t>(digits[at] - '0');
+  }
+  for (; at < digits.size() && isDigit(digits[at]); ++at) {
+    const auto digit = static_cast<std::uint64_t>(digits[at] - '0');
     if (value > (limit - digit) / 10) {
       value = limit;
       break;

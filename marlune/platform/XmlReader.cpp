@@ -3,19 +3,10 @@
 #include <expat.h>
 #include <fmt/core.h>
 
-#include <cstring>
 #include <memory>
 #include <type_traits>
 
 namespace marlune {
-
-std::optional<std::string_view> XmlAttributes::find(std::string_view name) const {
-  for (const char* const* pair = pairs_; *pair != nullptr; pair += 2) {
-    const char* const key = pair[0];
-    if (std::strncmp(key, name.data(), name.size()) == 0 && key[name.size()] == '\0') return pair[1];
-  }
-  return std::nullopt;
-}
 
 namespace {
 
@@ -59,6 +50,7 @@ class XmlReading {
   XmlReading(XML_Parser parser, XmlHandler& handler) : parser_(parser), handler_(handler) {}
 
   static void XMLCALL onEnd(void* self, const XML_Char* name) { of(self).end(name); }
+  static void XMLCALL onEndUnseen(void* self, const XML_Char*) { --of(self).depth_; }
   static void XMLCALL onText(void* self, const XML_Char* text, int length) {
     of(self).text_.append(text, static_cast<std::size_t>(length));
   }
@@ -113,9 +105,11 @@ std::optional<std::string> XmlReader::read(std::string_view document, XmlHandler
   XmlReading reading(parser.get(), handler);
   XML_SetUserData(parser.get(), &reading);
   XML_SetUnknownEncodingHandler(parser.get(), otherEncoding, nullptr);
-  // The end handler is needed for the depth; text costs more and only some handlers look at it.
-  XML_SetElementHandler(parser.get(), Callbacks::start, XmlReading::onEnd);
-  if (handler.wantsContent()) {
+  // The depth needs the ends in any case; the rest costs more and only some handlers look at it.
+  const bool content = handler.wantsContent();
+  XML_SetElementHandler(parser.get(), Callbacks::start,
+                        content ? XmlReading::onEnd : XmlReading::onEndUnseen);
+  if (content) {
     XML_SetCharacterDataHandler(parser.get(), XmlReading::onText);
     XML_SetCommentHandler(parser.get(), XmlReading::onBoundary);
     XML_SetProcessingInstructionHandler(parser.get(), XmlReading::onInstruction);

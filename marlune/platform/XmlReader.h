@@ -13,7 +13,15 @@ namespace marlune {
 class MARLUNE_API XmlAttributes {
  public:
   /// The value of the attribute of that exact name, or nothing.
-  std::optional<std::string_view> find(std::string_view name) const;
+  std::optional<std::string_view> find(std::string_view name) const {
+    for (const char* const* pair = pairs_; *pair != nullptr; pair += 2) {
+      const char* const key = pair[0];
+      std::size_t same = 0;
+      while (same < name.size() && key[same] == name[same] && key[same] != '\0') ++same;
+      if (same == name.size() && key[same] == '\0') return pair[1];
+    }
+    return std::nullopt;
+  }
 
  private:
   friend class XmlReader;

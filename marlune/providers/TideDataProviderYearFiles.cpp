@@ -27,11 +27,7 @@ std::optional<TideDataProvider::Events> TideDataProvider::getHighLowTideDataFrom
       monthRangeWithMargins(zone ? Calendar(*zone) : calendarForStation(station), year, month);
   const auto document = yearFiles_->parsed(data);
   if (!document) return std::nullopt;
-  Events events;
-  for (const TideEvent& event : *document) {
-    if (event.timestamp >= range.begin && event.timestamp <= range.end) events.push_back(event);
-  }
-  return events;
+  return document->between(range.begin, range.end);
 }
 
 int TideDataProvider::GetNumberOfDaysInMonth(std::int64_t month, std::int64_t year) const {
@@ -100,8 +96,9 @@ void TideDataProvider::saveDefaultStationFileFromBundle() {
 
 bool TideDataProvider::loadMonthFromContainer(const StationPtr& station, const std::string& fileName,
                                               std::int64_t year, int month, std::optional<Events>& events) {
-  if (!files_->fileExistsInContainer(kGroupContainerName, fileName)) return false;
-  events = getHighLowTideDataFromNSData(loadDataAtFilePath(fileName), station, year, month);
+  const Data data = loadDataAtFilePath(fileName);
+  if (!data && !files_->fileExistsInContainer(kGroupContainerName, fileName)) return false;
+  events = getHighLowTideDataFromNSData(data, station, year, month);
   _cache.addTideData(station->stationId, events, calendarForStation(station));
   return true;
 }

@@ -15,7 +15,29 @@ void keepRecent(std::vector<Entry>& entries, Entry entry) {
   entries.push_back(std::move(entry));
 }
 
+bool earlier(const TideEvent& a, const TideEvent& b) {
+  return a.timestamp < b.timestamp;
+}
+
 }  // namespace
+
+YearEvents::YearEvents(std::vector<TideEvent> inDocumentOrder)
+    : events_(std::move(inDocumentOrder)),
+      ascending_(std::is_sorted(events_.begin(), events_.end(), earlier)) {}
+
+std::vector<TideEvent> YearEvents::between(std::int64_t begin, std::int64_t end) const {
+  if (begin > end) return {};
+  if (ascending_) {
+    const auto first = std::lower_bound(events_.begin(), events_.end(), TideEvent(begin, 0, false), earlier);
+    const auto last = std::upper_bound(first, events_.end(), TideEvent(end, 0, false), earlier);
+    return {first, last};
+  }
+  std::vector<TideEvent> events;
+  for (const TideEvent& event : events_) {
+    if (event.timestamp >= begin && event.timestamp <= end) events.push_back(event);
+  }
+  return events;
+}
 
 Data YearFileMemo::load(FileSystem& files, const std::string& path) {
   // Taken before the bytes: if the file is replaced in between, the next identity differs and it is read
@@ -24,14 +46,21 @@ Data YearFileMemo::load(FileSystem& files, const std::string& path) {
   if (identity && identity->settled) {
     const std::lock_guard lock(mutex_);
     for (const File& file : files_) {
-      if (file.path == path && file.identity.sameAs(*identity)) return file.data;
+      if (file.path == path && file.identity.settled && file.identity.sameAs(*identity)) return file.data;
     }
   }
   auto bytes = files.read(path);
-  const Data data = bytes ? makeData(std::move(*bytes)) : nullptr;
   const std::lock_guard lock(mutex_);
-  std::erase_if(files_, [&](const File& file) { return file.path == path; });
-  if (data && identity && identity->settled) keepRecent(files_, {path, *identity, data});
+  const auto known =
+      std::find_if(files_.begin(), files_.end(), [&](const File& file) { return file.path == path; });
+  Data data;
+  if (bytes && known != files_.end() && *known->data == *bytes) {
+    data = known->data;
+  } else if (bytes) {
+    data = makeData(std::move(*bytes));
+  }
+  if (known != files_.end()) files_.erase(known);
+  if (data && identity) keepRecent(files_, {path, *identity, data});
   return data;
 }
 
@@ -45,7 +74,7 @@ YearFileMemo::Events YearFileMemo::parsed(const Data& document) {
   TideHighLowParser parser;
   auto events = parser.getElements(*document);
   Events result;
-  if (events) result = std::make_shared<const std::vector<TideEvent>>(std::move(*events));
+  if (events) result = std::make_shared<const YearEvents>(std::move(*events));
   const std::lock_guard lock(mutex_);
   keepRecent(documents_, {document, result});
   return result;

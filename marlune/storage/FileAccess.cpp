@@ -20,12 +20,10 @@ bool staysInside(std::string_view name) {
   return true;
 }
 
-std::optional<std::string> inside(const std::optional<std::string>& folder, std::string_view name) {
+std::optional<std::string> inside(std::optional<std::string> folder, std::string_view name) {
   if (!folder || !staysInside(name)) return std::nullopt;
-  std::string path;
-  path.reserve(folder->size() + 1 + name.size());
-  path.append(*folder).append("/").append(name);
-  return path;
+  folder->append("/").append(name);
+  return folder;
 }
 
 int hexDigit(char c) {

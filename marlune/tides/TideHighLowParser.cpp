@@ -1,5 +1,6 @@
 #include "marlune/tides/TideHighLowParser.h"
 
+#include <algorithm>
 #include <chrono>
 
 #include "marlune/platform/Text.h"
@@ -7,6 +8,10 @@
 namespace marlune {
 
 namespace {
+
+// About a year of events, as documents hold them; room for more is made as they come.
+constexpr std::size_t bytesPerEvent = 36;
+constexpr std::size_t mostForeseen = 2048;
 
 /// Reads the parts of a text one after the other; a part that is not there spoils the whole.
 class Scanner {
@@ -69,6 +74,7 @@ std::optional<std::vector<TideEvent>> TideHighLowParser::getElementsInRange(std:
   startTimestamp = start;
   endTimestamp = end;
   tideEvents.clear();
+  tideEvents.reserve(std::min(data.size() / bytesPerEvent, mostForeseen));
   stationId.reset();
   error = XmlReader::read(data, *this);
   if (error) return std::nullopt;

@@ -37,7 +37,7 @@ bool usable(const std::string& path) {
 }
 
 /// The folder that `path` lies in, when `path` lies in `folder` or below it and names a file.
-std::optional<std::string> parentWithin(const std::string& folder, const std::string& path) {
+std::optional<std::string_view> parentWithin(std::string_view folder, const std::string& path) {
   if (!usable(path) || folder.empty() || path.size() <= folder.size() + 1) return std::nullopt;
   if (path.compare(0, folder.size(), folder) != 0 || path[folder.size()] != '/') return std::nullopt;
   std::string_view rest = std::string_view(path).substr(folder.size() + 1);
@@ -47,7 +47,7 @@ std::optional<std::string> parentWithin(const std::string& folder, const std::st
     if (slash == std::string_view::npos) break;
     rest.remove_prefix(slash + 1);
   }
-  return path.substr(0, path.size() - rest.size() - 1);
+  return std::string_view(path).substr(0, path.size() - rest.size() - 1);
 }
 
 bool syncFolder(const std::string& folder) {
@@ -78,7 +78,7 @@ bool isRegularFile(const std::string& path) {
 
 struct Destination {
   const std::string& folder;  // made when it is missing
-  const std::string& parent;  // where the file lies
+  std::string_view parent;    // where the file lies
   const std::string& path;
 };
 
@@ -97,7 +97,7 @@ bool store(const Destination& to, std::string_view bytes, const std::optional<ti
     }
     if (!temporary.fill(bytes, modified, flush)) return false;
     const auto outcome = temporary.rename(to.path);
-    if (outcome == TemporaryFile::Outcome::done) return !flush || syncFolder(to.parent);
+    if (outcome == TemporaryFile::Outcome::done) return !flush || syncFolder(std::string(to.parent));
     if (outcome == TemporaryFile::Outcome::failed) return false;
   }
   return false;
@@ -110,6 +110,11 @@ LinuxFileSystem::LinuxFileSystem(std::shared_ptr<Clock> clock) : clock_(std::mov
 std::optional<Bytes> LinuxFileSystem::read(const std::string& path) {
   if (!usable(path)) return std::nullopt;
   return readWholeFile(path);
+}
+
+std::optional<std::size_t> LinuxFileSystem::readInto(const std::string& path, std::span<char> room) {
+  if (!usable(path)) return std::nullopt;
+  return readWholeFileInto(path, room);
 }
 
 std::optional<FileIdentity> LinuxFileSystem::identity(const std::string& path) {
@@ -185,12 +190,13 @@ std::optional<std::vector<std::string>> LinuxFileSystem::list(const std::string&
   return names;
 }
 
-void LinuxFileSystem::sweepOnce(const std::string& folder) {
+void LinuxFileSystem::sweepOnce(std::string_view folder) {
   {
     const std::lock_guard lock(mutex_);
-    if (!swept_.insert(folder).second) return;
+    if (swept_.contains(folder)) return;
+    swept_.emplace(folder);
   }
-  TemporaryFile::sweep(folder);
+  TemporaryFile::sweep(std::string(folder));
 }
 
 }  // namespace marlune

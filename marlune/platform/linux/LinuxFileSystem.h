@@ -1,9 +1,10 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
-#include <unordered_set>
 
 #include "marlune/platform/Clock.h"
 #include "marlune/platform/Export.h"
@@ -26,6 +27,7 @@ class MARLUNE_API LinuxFileSystem : public FileSystem {
   explicit LinuxFileSystem(std::shared_ptr<Clock> clock = nullptr);
 
   std::optional<Bytes> read(const std::string& path) override;
+  std::optional<std::size_t> readInto(const std::string& path, std::span<char> room) override;
   std::optional<FileIdentity> identity(const std::string& path) override;
   bool write(const std::string& folder, const std::string& path, std::string_view bytes,
              Durability durability) override;
@@ -35,11 +37,11 @@ class MARLUNE_API LinuxFileSystem : public FileSystem {
   std::optional<std::vector<std::string>> list(const std::string& folder) override;
 
  private:
-  void sweepOnce(const std::string& folder);
+  void sweepOnce(std::string_view folder);
 
   const std::shared_ptr<Clock> clock_;
   std::mutex mutex_;
-  std::unordered_set<std::string> swept_;  // guarded by mutex_
+  std::set<std::string, std::less<>> swept_;  // guarded by mutex_
 };
 
 }  // namespace marlune

@@ -2,7 +2,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <fmt/format.h>
+#include <fmt/compile.h>
 #include <sys/file.h>
 #include <sys/random.h>
 #include <sys/stat.h>
@@ -16,9 +16,9 @@
 namespace marlune {
 namespace {
 
-/// Unique among the threads of all processes that share a folder. The process number alone does not do:
-/// two containers, or two machines on one network folder, may have the same.
-std::string uniqueName() {
+/// A name in `folder` that is unique among the threads of all processes that share a folder. The process
+/// number alone does not do: two containers, or two machines on one network folder, may have the same.
+std::string uniquePath(std::string_view folder) {
   static const std::uint64_t origin = [] {
     std::uint64_t random = 0;
     if (::getrandom(&random, sizeof random, GRND_NONBLOCK) != static_cast<ssize_t>(sizeof random)) {
@@ -31,12 +31,13 @@ std::string uniqueName() {
   }();
   static std::atomic<std::uint64_t> counter{0};
   // The process number is asked each time because a forked child inherits the rest.
-  return fmt::format("{}{:x}-{:x}-{:x}", TemporaryFile::prefix, ::getpid(), origin, counter++);
+  return fmt::format(FMT_COMPILE("{}/{}{:x}-{:x}-{:x}"), folder, TemporaryFile::prefix, ::getpid(), origin,
+                     counter++);
 }
 
 }  // namespace
 
-TemporaryFile::TemporaryFile(const std::string& folder) : path_(folder + "/" + uniqueName()) {
+TemporaryFile::TemporaryFile(std::string_view folder) : path_(uniquePath(folder)) {
   constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW;
   file_ = FileDescriptor(uninterrupted([&] { return ::open(path_.c_str(), flags, 0666); }));
   if (!file_) {

@@ -23,7 +23,7 @@ class TemporaryFile {
   };
 
   /// Makes the file; after a failure operator bool is false and errno says why.
-  explicit TemporaryFile(const std::string& folder);
+  explicit TemporaryFile(std::string_view folder);
   ~TemporaryFile();
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;

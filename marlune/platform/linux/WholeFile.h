@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -17,6 +18,9 @@ constexpr std::size_t largestFile = std::size_t{64} << 20;
 
 /// The whole content of a regular file, or nothing. Safe from any thread.
 std::optional<Bytes> readWholeFile(const std::string& path);
+
+/// The same into `room`, where it fits: the size of the file in any case, or nothing.
+std::optional<std::size_t> readWholeFileInto(const std::string& path, std::span<char> room);
 
 /// Can `name` be the name of a file lying directly in a folder?
 bool isPlainName(std::string_view name);

@@ -29,7 +29,7 @@ Answer answerOf(std::optional<std::string> value, const std::string& absent) {
   return {[value](JsonWriter& json) { json.text(*value); }, line(plainText(*value))};
 }
 
-Answer answerOf(std::vector<std::string> values) {
+Answer answerOf(const std::vector<std::string>& values) {
   return {[values](JsonWriter& json) {
             json.beginArray();
             for (const auto& value : values) json.text(value);

@@ -25,7 +25,7 @@ Answer nothing(std::string line);
 /// Each null where there is no value; people then read `absent`.
 Answer answerOf(std::optional<bool> value, const std::string& absent = "");
 Answer answerOf(std::optional<std::string> value, const std::string& absent = "");
-Answer answerOf(std::vector<std::string> values);
+Answer answerOf(const std::vector<std::string>& values);
 
 Answer answerOfInteger(std::int64_t value);
 /// `unit` stands behind the number where people read it.

@@ -19,19 +19,21 @@ namespace marlune::cli {
 namespace {
 
 constexpr std::int64_t kDefaultDays = 3;
-constexpr std::int64_t kMargin = 36 * 3600;  ///< events beyond the edges, where the curve leads
+constexpr std::int64_t kMargin = 129'600;  ///< events beyond the edges, where the curve leads
 constexpr std::size_t kDefaultColumns = 100;
 
-struct Month {
-  std::int64_t year;
-  int month;
-  auto operator<=>(const Month&) const = default;
-  Month next() const { return month == 12 ? Month{year + 1, 1} : Month{year, month + 1}; }
-};
-
-Month monthOf(const Calendar& calendar, std::int64_t instant) {
+/// A month as a count of months, so that the next one is one more.
+std::int64_t monthOf(const Calendar& calendar, std::int64_t instant) {
   const CivilTime local = calendar.components(instant);
-  return {local.year, local.month};
+  return local.year * 12 + local.month - 1;
+}
+
+std::int64_t yearOf(std::int64_t month) {
+  return month / 12;
+}
+
+int numberOf(std::int64_t month) {
+  return static_cast<int>(month % 12) + 1;
 }
 
 /// Local midnights from the day of an instant on.
@@ -49,24 +51,25 @@ std::vector<std::int64_t> midnightsFrom(const Calendar& calendar, Date instant, 
 /// the neighbours only what is at hand is used.
 Events gather(TideDataProvider& provider, const StationPtr& station, std::int64_t begin, std::int64_t end) {
   const Calendar calendar = provider.calendarForStation(station);
-  const Month first = monthOf(calendar, begin);
-  const Month last = monthOf(calendar, end - 1);
+  const std::int64_t first = monthOf(calendar, begin);
+  const std::int64_t last = monthOf(calendar, end - 1);
   const std::int64_t from = begin - kMargin;
   const std::int64_t to = end + kMargin;
   Events events;
-  for (Month month = first; month <= last; month = month.next()) {
-    const auto found = provider.tideEventsForStation(station, month.year, month.month, from, to);
+  for (std::int64_t month = first; month <= last; ++month) {
+    const auto found = provider.tideEventsForStation(station, yearOf(month), numberOf(month), from, to);
     if (found) events.insert(events.end(), found->begin(), found->end());
   }
-  for (const Month month : {monthOf(calendar, from), monthOf(calendar, to)}) {
+  for (const std::int64_t month : {monthOf(calendar, from), monthOf(calendar, to)}) {
     if (month >= first && month <= last) continue;
     // Another year of a worldwide point would be asked from the network.
-    if (station->isGlobal && month.year != first.year && month.year != last.year) continue;
-    if (!provider.populateCacheForStation(station, month.year, month.month)) continue;
-    const auto list = provider.getTideData(station->stationId.value_or(""), month.year, month.month);
+    if (station->isGlobal && yearOf(month) != yearOf(first) && yearOf(month) != yearOf(last)) continue;
+    if (!provider.populateCacheForStation(station, yearOf(month), numberOf(month))) continue;
+    const auto list = provider.getTideData(station->stationId.value_or(""), yearOf(month), numberOf(month));
     if (list) events.insert(events.end(), list->begin(), list->end());
   }
-  std::erase_if(events, [](const TideEvent& event) { return !std::isfinite(event.tidelevel); });
+  // What no tide reaches cannot be drawn to scale with the rest.
+  std::erase_if(events, [](const TideEvent& event) { return !(std::abs(event.tidelevel) < 1e5); });
   events = provider.filterEventsToDate(events, from, to);
   events.erase(std::unique(events.begin(), events.end(),
                            [](const TideEvent& a, const TideEvent& b) { return a.timestamp == b.timestamp; }),

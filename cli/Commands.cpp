@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <memory>
 
 #include "cli/Command.h"
 #include "cli/CommandLine.h"
@@ -94,7 +95,7 @@ std::string helpText(std::span<const std::string> words) {
   }
   // As many words as name a command; what was given of its arguments does not matter.
   std::string text;
-  const std::string first = words[0];
+  const std::string& first = words[0];
   const std::string two = joined(words.first(std::min<std::size_t>(2, words.size())));
   for (const Command& command : allCommands()) {
     if (command.words == first || command.words == two) return describe(command);
@@ -107,8 +108,8 @@ std::string helpText(std::span<const std::string> words) {
 }
 
 Answer helpAnswer(std::span<const std::string> words) {
-  const std::string text = helpText(words);
-  return {[text](JsonWriter& json) { json.text(text); }, [text] { return text; }};
+  const auto text = std::make_shared<const std::string>(helpText(words));
+  return {[text](JsonWriter& json) { json.text(*text); }, [text] { return *text; }};
 }
 
 }  // namespace marlune::cli

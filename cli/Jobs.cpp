@@ -80,7 +80,7 @@ Outcome Jobs::run(const Call& call) {
 }
 
 std::shared_ptr<Jobs::Job> Jobs::launch(Call call) {
-  const auto job = std::make_shared<Job>();
+  auto job = std::make_shared<Job>();
   job->call = std::move(call);
   job->piece = Activity::begin(session_.activity());
   auto body = [this, job] {

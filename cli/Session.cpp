@@ -6,6 +6,7 @@
 #include "cli/Settings.h"
 #include "cli/Values.h"
 #include "marlune/composition/Doors.h"
+#include "marlune/platform/linux/FolderResources.h"
 #include "marlune/platform/linux/LinuxHost.h"
 #include "services/LocalServices.h"
 
@@ -61,7 +62,8 @@ Session::Session(const GlobalOptions& options)
 Session::~Session() = default;
 
 void Session::open() {
-  const std::string resources = absolutePath(options_.resources);
+  const std::string resources =
+      options_.resources ? absolutePath(options_.resources) : installedResourcesFolder();
   if (options_.local) useServices(startServices(services_, resources), settings_);
   LinuxHostOptions options;
   options.dataFolder = absolutePath(options_.data);

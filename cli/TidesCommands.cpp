@@ -38,10 +38,8 @@ Answer day(Context& context, const Call& call) {
 
 Answer range(Context& context, const Call& call) {
   const auto place = station(context, call);
-  const std::int64_t from = wholeSecondsOf(call.instant(1));
-  const std::int64_t to = wholeSecondsOf(call.instant(2));
-  auto events = place ? provider(context).getTideDataByTimestamp(place, from, to)
-                      : provider(context).getTideDataByTimestamp(call.text(0), from, to);
+  auto events = provider(context).getTideDataByTimestamp(place, wholeSecondsOf(call.instant(1)),
+                                                         wholeSecondsOf(call.instant(2)));
   return answerOf(std::move(events), readingOf(context.session, place),
                   "Neither memory nor disk has these months (`marlune tides fetch` downloads them).");
 }

@@ -40,7 +40,8 @@ class InstantReader {
     if (failed_ || !rest_.empty() || !date.ok() || hour > 23 || minute > 59 || second > 59)
       return std::nullopt;
     const std::int64_t days = std::chrono::sys_days(date).time_since_epoch().count();
-    const std::int64_t whole = days * 86400 + hour * 3600 + minute * 60 + second - offset;
+    const std::int64_t whole =
+        days * 86400 + std::int64_t{hour} * 3600 + std::int64_t{minute} * 60 + second - offset;
     return dateFromSeconds(static_cast<double>(whole) + fraction);
   }
 
@@ -89,7 +90,7 @@ class InstantReader {
     int minutes = 0;
     if (skip(':') || next(isDigit)) minutes = digits(2);
     if (hours > 23 || minutes > 59) failed_ = true;
-    const std::int64_t seconds = hours * 3600 + minutes * 60;
+    const std::int64_t seconds = std::int64_t{hours} * 3600 + std::int64_t{minutes} * 60;
     return west ? -seconds : seconds;
   }
 

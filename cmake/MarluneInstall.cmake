@@ -66,3 +66,9 @@ file(RELATIVE_PATH MARLUNE_PC_TO_PREFIX
 string(REGEX REPLACE "/$" "" MARLUNE_PC_TO_PREFIX "${MARLUNE_PC_TO_PREFIX}")
 configure_file(${CMAKE_CURRENT_LIST_DIR}/marlune.pc.in ${PROJECT_BINARY_DIR}/package/marlune.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/package/marlune.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# The installed command finds a shared library in its own tree, wherever that lies.
+if(TARGET marlune_command AND NOT MARLUNE_STATIC)
+  file(RELATIVE_PATH to_library ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+  set_target_properties(marlune_command PROPERTIES INSTALL_RPATH "$ORIGIN/${to_library}")
+endif()

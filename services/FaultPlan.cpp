@@ -102,6 +102,7 @@ Fault FaultPlan::take(std::string_view target) {
                                     [&](const Fault& fault) { return contains(target, fault.match); });
     if (found != _faults.end()) {
       taken = *found;
+      taken.releasesBefore = _releases;
       if (found->times > 0 && --found->times == 0) _faults.erase(found);
     }
   }
@@ -111,10 +112,9 @@ Fault FaultPlan::take(std::string_view target) {
 
 bool FaultPlan::wait(const Fault& fault, const std::function<bool()>& stopped) const {
   std::unique_lock lock(_mutex);
-  const std::size_t releases = _releases;
   if (fault.delay.count() > 0) _changed.wait_for(lock, fault.delay, stopped);
   if (fault.kind == Fault::Kind::hold)
-    _changed.wait(lock, [&] { return stopped() || _releases != releases; });
+    _changed.wait(lock, [&] { return stopped() || _releases != fault.releasesBefore; });
   return !stopped();
 }
 

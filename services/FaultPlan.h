@@ -31,8 +31,9 @@ struct Fault {
   std::size_t bytes = 0;
   int status = 0;  ///< 0: 302 for a redirect, 500 for a bare status, 200 for a page
   std::string address = {};
-  std::string match = {};  ///< only for requests whose path and query contain this text
-  int times = 1;           ///< for so many requests; 0: until cleared
+  std::string match = {};          ///< only for requests whose path and query contain this text
+  int times = 1;                   ///< for so many requests; 0: until cleared
+  std::size_t releasesBefore = 0;  ///< set by take(): a later release() ends a hold
 };
 
 /// Name of a kind as in `/_faults?kind=cut`; nothing for an unknown name.

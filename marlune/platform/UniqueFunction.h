@@ -20,7 +20,7 @@ class UniqueFunction<Result(Arguments...)> {
   template <class Callable>
   requires(!std::is_same_v<std::remove_cvref_t<Callable>, UniqueFunction> &&
            std::is_invocable_r_v<Result, std::remove_cvref_t<Callable>&, Arguments...>)
-      UniqueFunction(Callable&& callable)  // NOLINT(google-explicit-constructor)
+      UniqueFunction(Callable&& callable)  // NOLINT(bugprone-forwarding-reference-overload)
       : body_(std::make_unique<Body<std::remove_cvref_t<Callable>>>(std::forward<Callable>(callable))) {}
 
   Result operator()(Arguments... arguments) { return body_->call(std::forward<Arguments>(arguments)...); }

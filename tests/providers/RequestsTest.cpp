@@ -232,8 +232,14 @@ TEST_F(RequestsTest, OneEventIsNotEnoughForARange) {
 
 TEST_F(RequestsTest, ARangeOverNewYearAlsoBringsTheNextYearsFile) {
   keep(2024, document(2024, 31));
-  fake.http->script(address(2025), testing::answerOf(document(2025, 31)));
-  EXPECT_EQ(fetched(dateAt(2024, 12, 2), dateAt(2025, 1, 2, 13)), 31);
+  fake.http->hold(address(2025));
+  std::size_t atOnce = 0;
+  provider->fetchTideEventsForStation(station, dateAt(2024, 12, 2), dateAt(2025, 1, 2, 13),
+                                      [&](const auto& events) { atOnce = events->size(); });
+  EXPECT_EQ(atOnce, 31U) << "what is there is not kept waiting";
+  ASSERT_TRUE(fake.http->waitForRequests(1));
+  ASSERT_TRUE(fake.http->answer(address(2025), testing::answerOf(document(2025, 31))));
+  EXPECT_TRUE(settled().empty());
   EXPECT_TRUE(kept(2025));
   EXPECT_EQ(fetched(dateAt(2024, 12, 2), dateAt(2025, 1, 2, 13)), 33);
   EXPECT_EQ(fake.http->requests().size(), 1U);

@@ -149,7 +149,8 @@ bool CurlTransfer::setHeaders(bool sameOrigin) {
     // Any other header may be a key that is meant for the first host alone.
     if (!sameOrigin && !lower.starts_with("accept") && lower != "user-agent") continue;
     // libcurl leaves out a header that ends in a colon; a semicolon asks for one without a value.
-    if (!append(trimmed(value).empty() ? name + ";" : name + ": " + value)) return false;
+    const bool empty = trimmed(value).empty();
+    if (!append(empty ? fmt::format("{};", name) : fmt::format("{}: {}", name, value))) return false;
   }
   if (!asksEncoding && !append("Accept-Encoding: gzip")) return false;
   headers_.swap(list);

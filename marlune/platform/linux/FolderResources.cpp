@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include "marlune/platform/linux/WholeFile.h"
@@ -16,8 +18,13 @@ std::optional<Bytes> FolderResources::read(std::string_view name) const {
 }
 
 std::string installedResourcesFolder() {
-  const std::string installed = MARLUNE_INSTALLED_RESOURCES;
-  if (::access((installed + "/stations_master_usa2.txt").c_str(), R_OK) == 0) return installed;
+  std::error_code error;
+  const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
+  // An installed tree may have been moved as a whole, or put elsewhere than it was built for.
+  const auto moved = (program.parent_path() / MARLUNE_RESOURCES_FROM_PROGRAM).lexically_normal().string();
+  for (const std::string& folder : {moved, std::string(MARLUNE_INSTALLED_RESOURCES)}) {
+    if (::access((folder + "/stations_master_usa2.txt").c_str(), R_OK) == 0) return folder;
+  }
   return MARLUNE_SOURCE_RESOURCES;
 }
 

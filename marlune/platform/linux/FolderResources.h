@@ -19,8 +19,9 @@ class MARLUNE_API FolderResources : public LibraryResources {
   std::string folder_;
 };
 
-/// The folder of the resources that belong to this build: the installed one when it holds the catalogue, else
-/// the one in the source tree.
+/// The folder of the resources that belong to this build: the first that holds the catalogue of the one
+/// installed beside the running program and the one where this build is installed by default; else the one in
+/// the source tree.
 MARLUNE_API std::string installedResourcesFolder();
 
 }  // namespace marlune

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 namespace marlune {
-
 namespace {
 
 /// A regular file, open for reading.
@@ -25,16 +24,29 @@ std::optional<OpenFile> openFile(const std::string& path) {
   return OpenFile{std::move(file), static_cast<std::size_t>(status.st_size)};
 }
 
-// An end before the size is a file cut short under our hands: half of it is nobody's content.
-bool readAll(const OpenFile& file, char* into) {
+/// Reads up to `size` bytes; how many there were. An end before the file's size means that it is being cut
+/// short under our hands: half of it is nobody's content.
+std::size_t readUpTo(const OpenFile& file, char* buffer, std::size_t size) {
   std::size_t have = 0;
-  while (have < file.size) {
+  while (have < size) {
     const auto count =
-        uninterrupted([&] { return ::read(file.descriptor.get(), into + have, file.size - have); });
-    if (count <= 0) return false;
+        uninterrupted([&] { return ::read(file.descriptor.get(), buffer + have, size - have); });
+    if (count <= 0) break;
     have += static_cast<std::size_t>(count);
   }
-  return true;
+  return have;
+}
+
+std::size_t fill(const OpenFile& file, Bytes& bytes) {
+#ifdef __cpp_lib_string_resize_and_overwrite
+  // Filling the bytes with zeros first would take as long as reading them.
+  bytes.resize_and_overwrite(
+      file.size, [&file](char* buffer, std::size_t capacity) { return readUpTo(file, buffer, capacity); });
+  return bytes.size();
+#else
+  bytes.resize(file.size);
+  return readUpTo(file, bytes.data(), file.size);
+#endif
 }
 
 }  // namespace
@@ -42,15 +54,16 @@ bool readAll(const OpenFile& file, char* into) {
 std::optional<Bytes> readWholeFile(const std::string& path) {
   const auto file = openFile(path);
   if (!file) return std::nullopt;
-  std::optional<Bytes> bytes(std::in_place, file->size, '\0');
-  if (!readAll(*file, bytes->data())) bytes.reset();
+  std::optional<Bytes> bytes(std::in_place);
+  if (fill(*file, *bytes) != file->size) bytes.reset();
   return bytes;
 }
 
 std::optional<std::size_t> readWholeFileInto(const std::string& path, std::span<char> room) {
   const auto file = openFile(path);
   if (!file) return std::nullopt;
-  if (file->size <= room.size() && !readAll(*file, room.data())) return std::nullopt;
+  if (file->size <= room.size() && readUpTo(*file, room.data(), file->size) != file->size)
+    return std::nullopt;
   return file->size;
 }
 

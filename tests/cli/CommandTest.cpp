@@ -1,0 +1,266 @@
+#include "cli/CommandTest.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <filesystem>
+
+namespace marlune::testing {
+namespace {
+
+std::string station(const std::string& number, const std::string& name, const std::string& state,
+                    const std::string& zone, const std::string& place, bool subordinate) {
+  return "{\"stationId\":\"" + number + "\",\"stationExtId\":\"N" + number + "\",\"stationName\":\"" + name +
+         "\",\"stateId\":\"" + state + "\",\"timezoneName\":\"" + zone +
+         "\",\"country\":\"United States\",\"stationAreaId\":null," + place +
+         ",\"isSubordinate\":" + (subordinate ? "true" : "false") +
+         ",\"isGlobal\":false,\"hasResolvedName\":false}";
+}
+
+const std::string kAlpha =
+    station("8", "Alpha", "Utah", "America/Denver", "\"latitude\":10.75,\"longitude\":-20.25", true);
+const std::string kZeta =
+    station("7", "Zeta", "Utah", "America/Denver", "\"latitude\":10.5,\"longitude\":-20.25", false);
+
+TEST_F(CommandTest, AnswersAboutTheCatalogue) {
+  const struct {
+    std::vector<std::string> words;
+    std::string result;
+  } cases[] = {
+      {{"stations", "show", "7"}, kZeta},
+      {{"stations", "show", "77"}, "null"},
+      {{"stations", "load", "8"}, kAlpha},
+      {{"stations", "states"}, "[\"Ohio\",\"Utah\"]"},
+      {{"stations", "count"}, "2"},
+      {{"stations", "state", "Utah"}, "[" + kAlpha + "," + kZeta + "]"},
+      {{"stations", "state", "New York"}, "null"},
+      {{"stations", "box", "10.5", "-21", "11", "-20"}, "[" + kAlpha + "]"},
+      {{"stations", "rect", "0", "0", "1", "1"}, "[]"},
+      {{"stations", "load-all"}, "null"},
+      {{"tides", "cached", "7", "0"}, "false"},
+      {{"tides", "populate", "7", "2026", "3"}, "false"},
+      {{"tides", "range", "7", "0", "1"}, "null"},
+      {{"tides", "range", "none", "0", "1"}, "null"},
+      {{"tides", "month", "7", "-5", "13"}, "null"},
+      {{"tides", "first"}, "null"},
+      {{"tides", "clear"}, "null"},
+      {{"tides", "file", "7", "2026"}, "\"20267.xml\""},
+      {{"tides", "endpoint", "7", "2026"},
+       "\"http://127.0.0.1:1/v1/tideapi.php?op=highlowtide&id=7&year=2026&version=1&format=xml\""},
+      {{"chart", "none"}, "null"},
+      {{"idle"}, "true"},
+  };
+  for (const auto& c : cases) {
+    const auto end = run(small(c.words));
+    EXPECT_EQ(end.output, answer(c.result) + "\n") << c.words[1];
+    EXPECT_EQ(end.errors, "");
+    EXPECT_EQ(end.status, 0);
+  }
+}
+
+TEST_F(CommandTest, NearestStationsSayTheirDistance) {
+  const auto end = run(small({"stations", "near", "--limit", "1", "-40", "100"}));
+  EXPECT_NE(end.output.find("{\"result\":[{\"stationId\":\"9\","), std::string::npos) << end.output;
+  EXPECT_NE(end.output.find("\"hasResolvedName\":false,\"distance\":0}]"), std::string::npos) << end.output;
+}
+
+TEST_F(CommandTest, UnknownStationLeavesNothingAndALogLine) {
+  EXPECT_EQ(
+      run(small({"tides", "begin", "none", "0"})).output,
+      answer("null", "\"[TideDataProvider] Error: Nil parameter passed to beginGetHighLowTideData\"") + "\n");
+}
+
+TEST_F(CommandTest, WrongCallsSayWhatIsWrong) {
+  const std::string notEvents = file("bad.json", "{}");
+  const std::string unknownMember = file("unknown.json", "{\"tideHost\":\"x\"}");
+  const std::string noText = file("notext.json", "{\"tideApiHost\":5}");
+  const struct {
+    std::vector<std::string> words;
+    std::string about;  ///< the complaint must name it
+  } cases[] = {
+      {{}, "command"},
+      {{"tidal"}, "tidal, did you mean tides?"},
+      {{"stations"}, "second word"},
+      {{"stations", "nearby", "1", "2"}, "nearby"},
+      {{"stations", "near", "1"}, "LON"},
+      {{"stations", "near", "1", "2", "3"}, "\"3\""},
+      {{"stations", "near", "1", "2x"}, "2x"},
+      {{"stations", "near", "1", "2", "--limit", "-1"}, "--limit"},
+      {{"stations", "near", "1", "2", "--limit"}, "--limit needs a value"},
+      {{"stations", "all", "--limit", "1"}, "no option of stations all"},
+      {{"stations", "all", "--json=yes"}, "takes no value"},
+      {{"stations", "all", "--frobnicate"}, "--frobnicate"},
+      {{"tides", "begin", "7", "2026-03-05T12:00:00"}, "INSTANT"},
+      {{"tides", "populate", "7", "2147483648", "1"}, "YEAR"},
+      {{"tides", "populate", "7", "2026", "March"}, "MONTH"},
+      {{"curve", "level", notEvents, "0"}, "not a JSON array"},
+      {{"curve", "level", folder_ / "missing.json", "0"}, "missing.json"},
+      {{"curve", "level", "@7,0", "0"}, "@ID,FROM,TO"},
+      {{"defaults", "write", "key", "yes"}, "true or false"},
+      {{"chart", "7", "--days", "0"}, "--days"},
+      {{"chart", "7", "1e15"}, "INSTANT"},
+      {{"start", "stations", "all"}, "shell"},
+      {{"finish", "1"}, "shell"},
+      {{"advance", "5"}, "--now"},
+      {{"stations", "all", "--now", "yesterday"}, "--now"},
+      {{"stations", "all", "--device-timezone", "Mars/Olympus"}, "Mars/Olympus"},
+      {{"stations", "all", "--services", "127.0.0.1:80"}, "--services"},
+      {{"stations", "all", "--settings", folder_ / "missing.json"}, "--settings"},
+      {{"stations", "all", "--settings", unknownMember}, "tideHost"},
+      {{"stations", "all", "--settings", noText}, "tideApiHost"},
+  };
+  for (const auto& c : cases) {
+    const auto end = run(small(c.words));
+    EXPECT_EQ(end.status, 2) << c.about;
+    EXPECT_EQ(end.errors.find("marlune: "), 0U) << c.about;
+    EXPECT_EQ(std::count(end.errors.begin(), end.errors.end(), '\n'), 1) << end.errors;
+    EXPECT_NE(end.errors.find(c.about), std::string::npos) << end.errors;
+    EXPECT_EQ(end.output.find("{\"error\":\""), 0U) << end.output;
+    EXPECT_EQ(std::count(end.output.begin(), end.output.end(), '\n'), 1) << end.output;
+  }
+  const auto plain = run({"tidal"});
+  EXPECT_EQ(plain.output, "");
+  EXPECT_EQ(plain.status, 2);
+}
+
+TEST_F(CommandTest, OtherFailuresEndWithOne) {
+  const auto unreadable = run(small({"tides", "parse", folder_ / "missing.xml", "7", "2026", "3"}));
+  EXPECT_EQ(unreadable.status, 1);
+  EXPECT_NE(unreadable.errors.find("missing.xml"), std::string::npos) << unreadable.errors;
+  file("data", "in the way");
+  EXPECT_EQ(run(small({"defaults", "write", "key", "true"})).status, 1);
+}
+
+TEST_F(CommandTest, ComputesTheCurve) {
+  const std::string events = file("events.json", R"([{"timestamp":1000,"tidelevel":1.5,"isHighTide":false},)"
+                                                 R"({"timestamp":4600,"tidelevel":3.5,"isHighTide":true}])");
+  const std::string single = file("one.json", R"([{"timestamp":1000}])");
+  const auto point = [](const char* time, const char* level) {
+    return std::string("{\"timestamp\":") + time + ",\"tidelevel\":" + level +
+           ",\"isHighTide\":false,\"tideLevelInMeters\":false,\"isIntermediary\":true}";
+  };
+  const std::string low = R"({"timestamp":1000,"tidelevel":1.5,"isHighTide":false,"tideLevelInMeters":false,)"
+                          R"("isIntermediary":false})";
+  const std::string high = R"({"timestamp":4600,"tidelevel":3.5,"isHighTide":true,"tideLevelInMeters":false,)"
+                           R"("isIntermediary":false})";
+  const struct {
+    std::vector<std::string> words;
+    std::string result;
+  } cases[] = {
+      {{"level", events, "2800"}, "2.5"},
+      {{"level", events, "-5"}, "0"},
+      {{"between", events, "1800"}, "[" + point("2800", "2.5") + "," + point("4600", "3.5") + "]"},
+      {{"between", events, "-1"}, "[]"},
+      {{"between", single, "900"}, "null"},
+      {{"points", events, "3600", "Old Town"},
+       "[{\"date\":1000,\"station\":\"Old Town\",\"level\":1.5,\"nextEvent\":" + high +
+           "},{\"date\":4600,\"station\":\"Old Town\",\"level\":3.5,\"nextEvent\":null}]"},
+      {{"points", single, "3600", "N"}, "null"},
+      {{"ordered", events, "1800", "N", "1001", "1"},
+       "[{\"date\":2800,\"station\":\"N\",\"level\":2.5,\"nextEvent\":" + high + ",\"previousEvent\":" + low +
+           "}]"},
+      {{"ordered", events, "1800", "N", "0", "0"}, "[]"},
+      {{"crossings", events, "2"}, "[1900]"},
+      {{"crossings", single, "2"}, "null"},
+      {{"around", events, "4600"},
+       "{\"previousEvent\":" + low + ",\"nextEvent\":null,\"nextTimestamp\":9223372036854775807}"},
+      {{"around", events, "999.5"},
+       "{\"previousEvent\":null,\"nextEvent\":" + low + ",\"nextTimestamp\":1000}"},
+  };
+  for (auto c : cases) {
+    c.words.insert(c.words.begin(), "curve");
+    EXPECT_EQ(run(small(c.words)).output, answer(c.result) + "\n") << c.words[1];
+  }
+}
+
+TEST_F(CommandTest, KeepsMonthsAndDefaults) {
+  const std::string events = file("events.json", R"([{"timestamp":7,"tidelevel":0.25,"isHighTide":true}])");
+  const std::string stored =
+      answer(
+          R"([{"timestamp":7,"tidelevel":0.25,"isHighTide":true,"tideLevelInMeters":false,"isIntermediary":false}])") +
+      "\n";
+  EXPECT_EQ(run(small({"--now", "86400", "months", "put", "any id", "2026", "3", events})).output,
+            answer("null") + "\n");
+  EXPECT_EQ(run(small({"months", "get", "any id", "2026", "3"})).output, stored);
+  struct stat status {};
+  std::size_t files = 0;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder_ / "data")) {
+    if (!entry.is_regular_file()) continue;
+    ++files;
+    ASSERT_EQ(::stat(entry.path().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mtime, 86400);
+  }
+  EXPECT_EQ(files, 1U);
+  run(small({"months", "evict", "any id"}));
+  EXPECT_EQ(run(small({"months", "get", "any id", "2026", "3"})).output, answer("null") + "\n");
+
+  EXPECT_EQ(run(small({"defaults", "read", "key"})).output, answer("null") + "\n");
+  EXPECT_EQ(run(small({"defaults", "write", "key", "false"})).output, answer("null") + "\n");
+  EXPECT_EQ(run(small({"defaults", "read", "key"})).output, answer("false") + "\n");
+}
+
+TEST_F(CommandTest, OptionsStandAnywhereAndServicesWin) {
+  const std::string settings =
+      file("settings.json", R"({"tideApiHost":"own.example:81","openMeteoApiKey":""})");
+  const std::string path = "/v1/tideapi.php?op=highlowtide&id=7&year=2026&version=1&format=xml\"";
+  small({});  // writes the catalogue
+  const std::string data = "--data=" + (folder_ / "data");
+  const std::string resources = "--resources=" + (folder_ / "");
+  EXPECT_EQ(run({resources, "tides", "endpoint", data, "7", "--settings", settings, "2026", "--json"}).output,
+            answer("\"http://own.example:81" + path) + "\n");
+  EXPECT_EQ(run({"--json", "--services", "https://s.example/base/", "--settings", settings, data, resources,
+                 "tides", "endpoint", "--", "7", "2026"})
+                .output,
+            answer("\"https://s.example/base" + path) + "\n");
+  EXPECT_EQ(run({"--json", data, resources, "tides", "file", "--", "-x", "-3"}).output,
+            answer("\"-3-x.xml\"") + "\n");
+}
+
+TEST_F(CommandTest, ExplainsItself) {
+  EXPECT_EQ(run({"--version"}).output.find("marlune "), 0U);
+  const std::string help = run({"--help"}).output;
+  for (const char* word :
+       {"--device-timezone NAME", "tides fetch ID FROM TO", "chart ID [INSTANT]", "@ID,FROM,TO"}) {
+    EXPECT_NE(help.find(word), std::string::npos) << word;
+  }
+  const auto chart = run({"chart", "--help"});
+  EXPECT_NE(chart.output.find("--svg FILE"), std::string::npos);
+  EXPECT_EQ(chart.status, 0);
+  EXPECT_EQ(run({"nothing", "--help"}).status, 2);
+}
+
+TEST_F(CommandTest, QueuedWorkIsSeenThroughAfterTheAnswer) {
+  const auto end = run(served({"--json", "tides", "refresh", kSantaCruz}));
+  EXPECT_EQ(end.output, answer("null") + "\n");
+  EXPECT_TRUE(
+      std::filesystem::exists(folder_ / "data/containers/group.com.quenda.korvantis/2026398997177.xml"));
+}
+
+TEST_F(CommandTest, PeopleReadStationTimesAndUnits) {
+  const auto end =
+      run(served({"tides", "fetch", kSantaCruz, "2026-03-05T19:00:00Z", "2026-03-05T20:00:00Z"}));
+  EXPECT_EQ(end.output,
+            "TIME                     WATER    LEVEL\n"
+            "2026-03-05 11:23:37 PST  high   4.22 ft\n");
+  EXPECT_EQ(end.status, 0);
+}
+
+TEST_F(CommandTest, ChartDrawsTheDaysAndGivesTheirEvents) {
+  const std::string picture = folder_ / "tide.svg";
+  const auto json = run(served({"--json", "chart", kSantaCruz, "--days", "2", "--svg", picture}));
+  // From 5 March 00:00 to 7 March 00:00 in California.
+  EXPECT_EQ(json.output.find("{\"result\":[{\"timestamp\":1772716922,"), 0U) << json.output.substr(0, 80);
+  EXPECT_EQ(std::count(json.output.begin(), json.output.end(), '{'), 1 + 7 + 2) << json.output;
+  EXPECT_TRUE(std::filesystem::file_size(picture) > 2000);
+
+  const auto terminal = run(served({"chart", kSantaCruz}));
+  for (const char* text :
+       {"Santa Cruz, Monterey Bay, California\n", "times in PST, levels in feet\n",
+        "Now 12:00: 3.9 ft, falling to 0.8 ft at 17:20\n", "▼ 17:20 0.8 ft  ▲ 23:46 4.8 ft\n"}) {
+    EXPECT_NE(terminal.output.find(text), std::string::npos) << text;
+  }
+  EXPECT_EQ(terminal.output.find('\x1B'), std::string::npos);
+}
+
+}  // namespace
+}  // namespace marlune::testing

@@ -1,6 +1,7 @@
 #include "marlune/platform/Text.h"
 
 #include <charconv>
+#include <cstring>
 #include <limits>
 #include <optional>
 
@@ -99,6 +100,19 @@ std::uint32_t utf16Rank(std::uint32_t codePoint) {
   return codePoint >= 0xE000 ? codePoint + 0x100000 : codePoint;
 }
 
+// Where text that cannot hold a newline ends, or somewhat before: eight bytes at a time, as long as all of
+// them are ASCII from U+000E on. Bytes below that carry into their highest bit, and the others have it set.
+std::size_t pastPlainText(std::string_view text, std::size_t at) {
+  constexpr std::uint64_t each = 0x0101010101010101;
+  while (text.size() - at >= sizeof(std::uint64_t)) {
+    std::uint64_t bytes = 0;
+    std::memcpy(&bytes, text.data() + at, sizeof bytes);
+    if ((((bytes - each * 0x0E) | bytes) & (each * 0x80)) != 0) break;
+    at += sizeof bytes;
+  }
+  return at;
+}
+
 }  // namespace
 
 double lenientDouble(std::string_view text) {
@@ -160,7 +174,7 @@ std::vector<std::string_view> linesOf(std::string_view text) {
     at += length;
     begin = at;
   };
-  while (at < text.size()) {
+  while ((at = pastPlainText(text, at)) < text.size()) {
     const auto byte = static_cast<unsigned char>(text[at]);
     if (byte >= '\n' && byte <= '\r') {
       take(1);

@@ -52,8 +52,15 @@ TEST_P(FileSystemContract, writesAndReadsWholeFiles) {
     for (const auto durability : {Durability::cache, Durability::userData}) {
       ASSERT_TRUE(files->write(root, root + "/file", content, durability));
       EXPECT_EQ(read("file"), content);
+      std::string room(all.size(), '-');
+      ASSERT_EQ(files->readInto(root + "/file", room), content.size());
+      EXPECT_EQ(room.substr(0, content.size()),
+                content.size() > room.size() ? std::string(room.size(), '-') : content);
     }
   }
+  std::string room(10, '-');
+  EXPECT_EQ(files->readInto(root + "/nothing", room), std::nullopt);
+  EXPECT_EQ(files->readInto(root, room), std::nullopt) << "a folder";
   EXPECT_TRUE(files->exists(root));
   EXPECT_TRUE(files->exists(root + "/file"));
 }

@@ -9,8 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "Pairs.h"
-#include "Subjects.h"
+#include "pairs/Pairs.h"
+#include "support/Measure.h"
+#include "support/Subjects.h"
 
 // Year documents, the months cut out of them, and the month files.
 

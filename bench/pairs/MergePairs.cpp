@@ -7,10 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "Pairs.h"
-#include "Subjects.h"
 #include "marlune/platform/Calendar.h"
 #include "marlune/tides/TideDataCache.h"
+#include "pairs/Pairs.h"
+#include "support/Measure.h"
+#include "support/Subjects.h"
 
 // A year of events merged into the month cache.
 

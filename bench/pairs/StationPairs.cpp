@@ -9,11 +9,12 @@
 #include <utility>
 #include <vector>
 
-#include "Pairs.h"
-#include "Subjects.h"
 #include "marlune/geo/Distance.h"
 #include "marlune/tides/StationFile.h"
 #include "marlune/tides/StationTables.h"
+#include "pairs/Pairs.h"
+#include "support/Measure.h"
+#include "support/Subjects.h"
 
 // The catalogue: reading it and asking it.
 

@@ -1,17 +1,15 @@
-#include "Pairs.h"
+#include "pairs/Pairs.h"
 
 #include <benchmark/benchmark.h>
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <ctime>
 #include <deque>
 #include <map>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "support/Measure.h"
 
 namespace marlune::bench {
 
@@ -41,13 +39,6 @@ void registerSide(const std::string& name, const Side& side) {
   made->Unit(benchmark::kMicrosecond);
   if (side.prepare) made->UseManualTime();
   if (side.runs > 0) made->Iterations(side.runs);
-}
-
-double medianOf(std::vector<double> values) {
-  if (values.empty()) return 0;
-  std::sort(values.begin(), values.end());
-  const std::size_t middle = values.size() / 2;
-  return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
 }
 
 /// Keeps the time of every repetition, by name.
@@ -104,18 +95,6 @@ void addPair(Pair pair) {
   const Pair& kept = pairs().emplace_back(std::move(pair));
   registerSide(kept.name + "/library", kept.library);
   registerSide(kept.name + "/reference", kept.reference);
-}
-
-void require(bool fine, const std::string& what) {
-  if (fine) return;
-  fmt::print(stderr, "wrong answer, nothing was timed: {}\n", what);
-  std::exit(1);
-}
-
-double processorSeconds() {
-  timespec now{};
-  ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-  return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
 }
 
 }  // namespace marlune::bench

@@ -7,9 +7,10 @@
 #include <optional>
 #include <vector>
 
-#include "AllocationCount.h"
-#include "Pairs.h"
-#include "Subjects.h"
+#include "pairs/AllocationCount.h"
+#include "pairs/Pairs.h"
+#include "support/Measure.h"
+#include "support/Subjects.h"
 
 // A range of events that memory holds.
 

@@ -1,4 +1,4 @@
-#include "Subjects.h"
+#include "support/Subjects.h"
 
 #include <chrono>
 #include <cstdlib>
@@ -6,11 +6,11 @@
 #include <thread>
 #include <utility>
 
-#include "Pairs.h"
 #include "marlune/platform/linux/FolderResources.h"
 #include "marlune/platform/linux/LinuxHost.h"
 #include "marlune/platform/linux/MainLoop.h"
 #include "marlune/tides/TideHighLowParser.h"
+#include "support/Measure.h"
 
 namespace marlune::bench {
 

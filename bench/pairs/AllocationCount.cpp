@@ -1,4 +1,4 @@
-#include "AllocationCount.h"
+#include "pairs/AllocationCount.h"
 
 #include <atomic>
 #include <cstdlib>

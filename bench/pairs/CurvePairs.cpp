@@ -6,9 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "Pairs.h"
-#include "Subjects.h"
 #include "marlune/tides/TideCurve.h"
+#include "pairs/Pairs.h"
+#include "support/Measure.h"
+#include "support/Subjects.h"
 
 // A month of the curve, a point a minute.
 

@@ -30,13 +30,6 @@ struct Pair {
 /// Registers both sides with the benchmark library, for the report at the end.
 void addPair(Pair pair);
 
-/// Ends the program with a line on standard error unless `fine`. Every pair checks its answers with it before
-/// anything is timed.
-void require(bool fine, const std::string& what);
-
-/// The processor time of this thread in seconds, the kernel's part included.
-double processorSeconds();
-
 // What is measured, a source file each. Called by main() in the order of the report.
 void addDocumentPairs();
 void addRangePairs();

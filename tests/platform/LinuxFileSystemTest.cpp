@@ -211,15 +211,6 @@ TEST(LinuxFileSystemTest, followsLinksToReadAndReplacesThemToWrite) {
   EXPECT_EQ(files.read(folder / "target"), "target");
 }
 
-TEST(LinuxFileSystemTest, permissionsFollowTheUsersMask) {
-  const TemporaryFolder folder;
-  const mode_t before = ::umask(027);
-  ASSERT_TRUE(LinuxFileSystem().write(folder / "sub", folder / "sub/file", "x", Durability::cache));
-  ::umask(before);
-  EXPECT_EQ(static_cast<int>(std::filesystem::status(folder / "sub/file").permissions()), 0640);
-  EXPECT_EQ(static_cast<int>(std::filesystem::status(folder / "sub").permissions()), 0750);
-}
-
 TEST(LinuxFileSystemTest, onlyAnOldChangeIsSettled) {
   const TemporaryFolder folder;
   LinuxFileSystem files;

@@ -58,15 +58,6 @@ TEST(StationCatalogue, everyLineOfTheShippedFileIsAUsableStation) {
     EXPECT_TRUE(states.contains(state)) << state;
 }
 
-TEST(StationCatalogue, theDefaultStationsLineIsAsApplicationsKnowIt) {
-  const std::string line =
-      "398997177~9413745~1~36.9583~-122.017~Santa Cruz, Monterey Bay~California~America/Los_Angeles\n";
-  const std::string text = fileText(kFile);
-  const std::size_t at = text.find(line);
-  ASSERT_NE(at, std::string::npos);
-  EXPECT_TRUE(at == 0 || text[at - 1] == '\n');
-}
-
 // The data are a package of the system: another release of them may rightly differ.
 TEST(StationCatalogue, theShippedFilesAreWhatTheToolsMake) {
   if (!harmonics().version().starts_with("2019-12-29"))
@@ -88,12 +79,6 @@ TEST(StationCatalogue, theShippedFilesAreWhatTheToolsMake) {
                                       "398997177.xml"))
         << "run tools/make-year-files";
   }
-}
-
-TEST(StationCatalogue, onlyLinesOfEightFieldsAreStations) {
-  EXPECT_TRUE(parseCatalogueLine("1~2~0~3~4~a~b~c"));
-  for (const char* line : {"", "~", "1~2~0~3~4~a~b", "1~2~0~3~4~a~b~c~", "# a comment"})
-    EXPECT_FALSE(parseCatalogueLine(line)) << line;
 }
 
 }  // namespace

@@ -13,7 +13,6 @@
 #include "marlune/platform/linux/FolderResources.h"
 #include "marlune/platform/linux/LinuxFileSystem.h"
 #include "marlune/platform/linux/LinuxHost.h"
-#include "marlune/platform/linux/MainLoop.h"
 #include "marlune/platform/linux/PropertyListBundle.h"
 #include "marlune/platform/linux/SystemLog.h"
 #include "marlune/platform/linux/SystemTimeZone.h"
@@ -29,54 +28,40 @@ void put(const TemporaryFolder& folder, const std::string& name, std::string_vie
   ASSERT_TRUE(LinuxFileSystem().write(folder.path(), folder / name, bytes, Durability::cache));
 }
 
-std::string xmlDictionary(const std::string& entries) {
-  return "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><dict>" + entries +
-         "</dict></plist>";
-}
-
 TEST(FolderLayoutTest, namesFoldersOfGroupsOnly) {
   const FolderLayout folders("/root//");
   EXPECT_EQ(folders.container("group.x"), "/root/containers/group.x");
-  EXPECT_EQ(folders.container("..x"), "/root/containers/..x");
   EXPECT_EQ(folders.documents(), "/root/documents");
-  for (const std::string& bad : {std::string(), std::string("."), std::string(".."), std::string("a/b"),
-                                 std::string("/"), std::string("a\0b", 3)}) {
+  for (const std::string& bad :
+       {std::string(), std::string(".."), std::string("a/b"), std::string("a\0b", 3)})
     EXPECT_EQ(folders.container(bad), std::nullopt) << bad;
-  }
   EXPECT_EQ(FolderLayout("").container("group.x"), std::nullopt);
-  EXPECT_EQ(FolderLayout("").documents(), std::nullopt);
 }
 
 TEST(FolderResourcesTest, readsFilesOfTheFolderOnly) {
   const TemporaryFolder folder;
   put(folder, "resource.txt", "bytes");
   std::filesystem::create_directory(folder / "sub");
-  const FolderResources resources(folder / "sub/..");
-  EXPECT_EQ(resources.read("resource.txt"), "bytes");
+  EXPECT_EQ(FolderResources(folder / "sub/..").read("resource.txt"), "bytes");
+  EXPECT_EQ(FolderResources(folder.path()).read("sub"), std::nullopt);
   const FolderResources below(folder / "sub");
-  for (const std::string& bad : {std::string("../resource.txt"), folder / "resource.txt", std::string(),
-                                 std::string("."), std::string(".."), std::string("resource.txt\0", 13)}) {
+  for (const std::string& bad : {std::string("../resource.txt"), folder / "resource.txt", std::string(".."),
+                                 std::string("resource.txt\0", 13)}) {
     EXPECT_EQ(below.read(bad), std::nullopt) << bad;
   }
-  EXPECT_EQ(resources.read("sub"), std::nullopt);
-  EXPECT_EQ(resources.read("resource.txt/"), std::nullopt);
 }
 
 TEST(PropertyListBundleTest, readsBothFormsAndTakesAnyThingElseAsNothing) {
   const TemporaryFolder folder;
   const auto bundle = [&] { return std::make_unique<PropertyListBundle>(folder.path()); };
-  EXPECT_EQ(bundle()->region(), std::nullopt);
-  put(folder, "region.plist", xmlDictionary("<key>name</key><string>usa</string>"));
-  put(folder, "Info.plist",
-      *writeBinaryPropertyList(PropertyList::Dictionary{{"URL", PropertyList("x")}, {"N", PropertyList(1)}}));
+  put(folder, "region.plist", "<plist><dict><key>name</key><string>usa</string></dict></plist>");
+  put(folder, "Info.plist", *writeBinaryPropertyList(PropertyList::Dictionary{{"URL", "x"}, {"N", 1}}));
   EXPECT_EQ(bundle()->region(), "usa");
   EXPECT_EQ(bundle()->information("URL"), "x");
   EXPECT_EQ(bundle()->information("N"), std::nullopt) << "not a text";
-  EXPECT_EQ(bundle()->information("none"), std::nullopt);
   EXPECT_EQ(PropertyListBundle(folder.path(), "uk").region(), "uk");
   EXPECT_EQ(PropertyListBundle(std::nullopt).region(), std::nullopt);
-  EXPECT_EQ(PropertyListBundle(std::nullopt, "uk").region(), "uk");
-  for (const char* damaged : {"", "damaged", "bplist00", "<plist><array/></plist>"}) {
+  for (const char* damaged : {"", "damaged", "<plist><array/></plist>"}) {
     put(folder, "region.plist", damaged);
     EXPECT_EQ(bundle()->region(), std::nullopt) << damaged;
   }
@@ -159,14 +144,11 @@ TEST(SystemTimeZoneTest, takesTheFirstSettingThatNamesAZone) {
   const TemporaryFolder link;
   std::filesystem::create_symlink("/usr/share/zoneinfo/Europe/Berlin", link / "localtime");
   put(link, "timezone", "Asia/Tokyo\n");
-  const TemporaryFolder variant;
-  std::filesystem::create_symlink("../usr/share/zoneinfo/posix/Europe/Paris", variant / "localtime");
   const TemporaryFolder named;
   put(named, "timezone", " Asia/Tokyo # comment\n");
   const TemporaryFolder copied;
   put(copied, "localtime", "TZif");
   put(copied, "timezone", "../etc/passwd");
-  const TemporaryFolder none;
   struct Case {
     std::optional<std::string> variable;
     const TemporaryFolder& folder;
@@ -174,11 +156,8 @@ TEST(SystemTimeZoneTest, takesTheFirstSettingThatNamesAZone) {
   };
   const Case cases[] = {
       {std::nullopt, link, "Europe/Berlin"},
-      {std::nullopt, variant, "Europe/Paris"},
       {std::nullopt, named, "Asia/Tokyo"},
       {std::nullopt, copied, "UTC"},
-      {std::nullopt, none, "UTC"},
-      {"America/Denver", link, "America/Denver"},
       {":America/Denver", link, "America/Denver"},
       {"/usr/share/zoneinfo/America/Denver", link, "America/Denver"},
       {"", link, "UTC"},
@@ -206,21 +185,15 @@ TEST(LinuxHostTest, setsEveryPartAndStartsNothing) {
   const TemporaryFolder folder;
   const std::size_t threads = threadCount();
   const auto clock = std::make_shared<ManualClock>(dateFromSeconds(1'000'000));
-  const auto loop = std::make_shared<MainLoop>();
   const Host host = linuxHost({.dataFolder = folder / "data",
                                .region = "usa",
                                .clock = clock,
-                               .deviceTimeZone = TimeZone::named("Asia/Tokyo"),
-                               .mainThread = loop});
+                               .deviceTimeZone = TimeZone::named("Asia/Tokyo")});
   const auto queue = host.executors->makeQueue("unused", 2);
   EXPECT_FALSE(host.userDefaults->boolean("A"));
   EXPECT_EQ(threadCount(), threads);
   EXPECT_FALSE(std::filesystem::exists(folder / "data"));
-  for (const bool set :
-       {host.application != nullptr, host.resources != nullptr, host.folders != nullptr, host.http != nullptr,
-        host.notifications != nullptr, host.log != nullptr, host.mainThread == loop, host.clock == clock}) {
-    EXPECT_TRUE(set);
-  }
+  EXPECT_TRUE(host.resources && host.http && host.notifications && host.log && host.mainThread && host.clock);
   EXPECT_EQ(host.application->region(), "usa");
   EXPECT_EQ(host.deviceTimeZone->current().name(), "Asia/Tokyo");
   const auto container = *host.folders->container("group");

@@ -2,16 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <chrono>
-#include <cmath>
-#include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <string>
 #include <vector>
 
 #include "services/Harmonics.h"
+#include "support/TemporaryFolder.h"
 
 namespace marlune::services {
 namespace {
@@ -36,51 +33,22 @@ struct Figures {
 // published predictions of Astoria (Tongue Point) for 1 and 2 January 2020, whole minutes, from
 // constants newer than ours.
 const std::string kEight = " M2 S2 N2 K1 O1 P1 Q1 K2 ";
-// clang-format off: an extreme or two a line
+// clang-format off
 const Figures kIndependentFigures[] = {
-    {"9413450",
-     kEight,
-     30,
-     0.01,
-     {{1782851283, 3.693, true},
-      {1782862975, 3.265, false},
-      {1782884893, 5.714, true},
-      {1782912950, -0.808, false},
-      {1782939289, 3.767, true},
-      {1782952030, 3.216, false},
-      {1782973445, 5.540, true},
-      {1783001183, -0.648, false},
-      {1783027203, 3.859, true},
+    {"9413450", kEight, 30, 0.01,
+     {{1782851283, 3.693, true}, {1782862975, 3.265, false}, {1782884893, 5.714, true},
+      {1782912950, -0.808, false}, {1782939289, 3.767, true}, {1782952030, 3.216, false},
+      {1782973445, 5.540, true}, {1783001183, -0.648, false}, {1783027203, 3.859, true},
       {1783041403, 3.110, false}}},
-    {"9455920",
-     kEight,
-     30,
-     0.02,
-     {{1782858808, 1.046, false},
-      {1782882192, 27.925, true},
-      {1782903033, 9.028, false},
-      {1782923963, 28.295, true},
-      {1782947317, 0.836, false},
-      {1782970627, 28.450, true},
-      {1782991655, 8.381, false},
-      {1783012655, 28.406, true},
-      {1783035835, 0.955, false}}},
-    {"8729840",
-     kEight,
-     60,
-     0.01,
-     {{1782876621, -0.484, false},
-      {1782923822, 1.715, true},
-      {1782964765, -0.412, false},
-      {1783012787, 1.604, true},
-      {1783052840, -0.293, false}}},
-    {"9439040",
-     "",
-     120,
-     0.05,
-     {{1577886480, 7.858, true},
-      {1577907480, 3.421, false},
-      {1577927220, 7.109, true},
+    {"9455920", kEight, 30, 0.02,
+     {{1782858808, 1.046, false}, {1782882192, 27.925, true}, {1782903033, 9.028, false},
+      {1782923963, 28.295, true}, {1782947317, 0.836, false}, {1782970627, 28.450, true},
+      {1782991655, 8.381, false}, {1783012655, 28.406, true}, {1783035835, 0.955, false}}},
+    {"8729840", kEight, 60, 0.01,
+     {{1782876621, -0.484, false}, {1782923822, 1.715, true}, {1782964765, -0.412, false},
+      {1783012787, 1.604, true}, {1783052840, -0.293, false}}},
+    {"9439040", "", 120, 0.05,
+     {{1577886480, 7.858, true}, {1577907480, 3.421, false}, {1577927220, 7.109, true},
       {1577950560, 1.530, false}}},
 };
 // clang-format on
@@ -204,30 +172,27 @@ TEST(TidePredictor, offsetsThatCrossLeaveNoDisorder) {
 }
 
 TEST(HarmonicDatabase, saysWhyAFileCannotBeUsed) {
-  const std::string folder = testing::TempDir();
-  const std::string good = HarmonicDatabase::installedFile();
-  const std::string truncated = folder + "marlune_truncated.tcd";
+  const marlune::testing::TemporaryFolder folder;
+  const std::string truncated = folder / "truncated.tcd";
   {
-    std::ifstream in(good, std::ios::binary);
+    std::ifstream in(HarmonicDatabase::installedFile(), std::ios::binary);
     std::string bytes(100000, '\0');
     in.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     std::ofstream(truncated, std::ios::binary) << bytes;
   }
-  const std::string other = folder + "marlune_other.tcd";
+  const std::string other = folder / "other.tcd";
   std::ofstream(other) << "no harmonics at all";
-  const std::array<std::pair<std::string, const char*>, 4> cases = {{
+  const std::pair<std::string, const char*> cases[] = {
       {"", "xtide-data"},
-      {folder + "marlune_absent.tcd", "cannot open"},
+      {folder / "absent.tcd", "cannot open"},
       {other, "no harmonics file"},
       {truncated, "damaged"},
-  }};
+  };
   for (const auto& [file, text] : cases) {
     std::string error;
     EXPECT_FALSE(HarmonicDatabase::load(file, error)) << file;
     EXPECT_NE(error.find(text), std::string::npos) << error;
   }
-  std::remove(truncated.c_str());
-  std::remove(other.c_str());
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "support/FakeHost.h"
 
 #include "marlune/platform/FixedTimeZone.h"
+#include "marlune/platform/PropertyListDefaults.h"
 #include "marlune/platform/linux/FolderLayout.h"
 #include "marlune/platform/linux/LinuxFileSystem.h"
 #include "marlune/platform/linux/QueueFactory.h"
@@ -22,7 +23,7 @@ Host FakeHost::host() const {
   Host host;
   host.application = application;
   host.resources = otherResources ? otherResources : resources;
-  host.userDefaults = userDefaults;
+  host.userDefaults = std::make_shared<PropertyListDefaults>(files, *folders->documents());
   host.folders = folders;
   host.files = files;
   host.http = http;

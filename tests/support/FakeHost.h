@@ -8,11 +8,12 @@
 #include "marlune/platform/Host.h"
 #include "marlune/platform/NotificationHub.h"
 #include "marlune/platform/linux/MainLoop.h"
+#include "marlune/platform/linux/PropertyListBundle.h"
 #include "support/CollectingLog.h"
 #include "support/FakeClock.h"
 #include "support/FakeHttpClient.h"
+#include "support/FakeResources.h"
 #include "support/MemoryFileSystem.h"
-#include "support/MemorySettings.h"
 #include "support/TemporaryFolder.h"
 
 namespace marlune::testing {
@@ -47,10 +48,9 @@ class FakeHost {
   std::shared_ptr<FakeClock> clock = std::make_shared<FakeClock>();
   std::shared_ptr<FileSystem> files;
   std::shared_ptr<Folders> folders;
-  std::shared_ptr<FakeBundle> application = std::make_shared<FakeBundle>();
+  std::shared_ptr<ApplicationBundle> application = std::make_shared<PropertyListBundle>(std::nullopt);
   std::shared_ptr<FakeResources> resources = std::make_shared<FakeResources>();
   std::shared_ptr<LibraryResources> otherResources;  ///< in place of `resources` when it is set
-  std::shared_ptr<FakeDefaults> userDefaults = std::make_shared<FakeDefaults>();
   std::shared_ptr<FakeHttpClient> http = std::make_shared<FakeHttpClient>(activity);
   std::optional<TimeZone> deviceTimeZone;  ///< UTC when it is not set
   std::shared_ptr<MainLoop> mainThread = std::make_shared<MainLoop>(activity);

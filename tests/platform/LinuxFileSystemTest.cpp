@@ -161,17 +161,6 @@ TEST(LinuxFileSystemTest, readsRegularFilesUpToTheBound) {
   EXPECT_EQ(files.read(folder / "large")->size(), bound);
 }
 
-TEST(LinuxFileSystemTest, followsLinksToReadAndReplacesThemToWrite) {
-  const TemporaryFolder folder;
-  LinuxFileSystem files;
-  ASSERT_TRUE(files.write(folder.path(), folder / "target", "target", Durability::cache));
-  std::filesystem::create_symlink(folder / "target", folder / "link");
-  EXPECT_EQ(files.read(folder / "link"), "target");
-  ASSERT_TRUE(files.write(folder.path(), folder / "link", "own", Durability::cache));
-  EXPECT_EQ(files.read(folder / "link"), "own");
-  EXPECT_EQ(files.read(folder / "target"), "target");
-}
-
 TEST(LinuxFileSystemTest, onlyAnOldChangeIsSettled) {
   const TemporaryFolder folder;
   LinuxFileSystem files;

@@ -54,6 +54,11 @@ void JsonWriter::integer(std::int64_t value) {
 
 void JsonWriter::number(double value) {
   if (!std::isfinite(value)) return null();
+  if (value == 0 && std::signbit(value)) {
+    // Many readers take "-0" for a whole number, which has no sign.
+    state_->writer.RawValue("-0.0", 4, rapidjson::kNumberType);
+    return;
+  }
   // The library's own digits are not always the shortest that read back.
   std::array<char, 32> digits{};
   const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;

@@ -99,8 +99,9 @@ Answer clear(Context& context, const Call&) {
 }
 
 Answer endpoint(Context& context, const Call& call) {
-  return answerOf(std::optional(
-      provider(context).getTideDataEndpointForStation(station(context, call), call.integer(1))));
+  const auto place = station(context, call);
+  if (!place) return nothing("The station is unknown.");
+  return answerOf(std::optional(provider(context).getTideDataEndpointForStation(place, call.integer(1))));
 }
 
 Answer file(Context& context, const Call& call) {

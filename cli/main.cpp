@@ -70,8 +70,9 @@ int run(const std::vector<std::string>& words) {
 }  // namespace marlune::cli
 
 int main(int count, char** words) {
-  // A reader that has gone shows as a failed write.
+  // A reader that has gone and a file that may not grow show as failed writes.
   std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
   try {
     return marlune::cli::run(std::vector<std::string>(words + (count > 0 ? 1 : 0), words + count));
   } catch (const std::exception&) {

@@ -17,7 +17,6 @@ class Checker : public XmlHandler {
  public:
   explicit Checker(bool content) : content_(content) {}
   bool wantsContent() const override { return content_; }
-
   void startElement(std::string_view name, const XmlAttributes& attributes) override {
     MARLUNE_FUZZ_REQUIRE(!name.empty() && isUtf8(name));
     if (const auto value = attributes.find("t")) MARLUNE_FUZZ_REQUIRE(isUtf8(*value));

@@ -18,12 +18,8 @@ SpherePoint spherePoint(Coordinate coordinate) {
 }
 
 double distanceInMeters(Coordinate a, Coordinate b) {
-  const double halfLatitude = std::sin((b.latitude - a.latitude) * radiansPerDegree / 2);
-  const double halfLongitude = std::sin((b.longitude - a.longitude) * radiansPerDegree / 2);
-  const double haversine = halfLatitude * halfLatitude + std::cos(a.latitude * radiansPerDegree) *
-                                                             std::cos(b.latitude * radiansPerDegree) *
-                                                             halfLongitude * halfLongitude;
-  return 2 * earthRadiusInMeters * std::asin(std::sqrt(std::min(1.0, haversine)));
+  const double chord = std::sqrt(squaredChord(spherePoint(a), spherePoint(b)));
+  return 2 * earthRadiusInMeters * std::asin(std::min(1.0, chord / 2));
 }
 
 }  // namespace marlune

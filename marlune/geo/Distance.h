@@ -26,7 +26,8 @@ constexpr double squaredChord(SpherePoint a, SpherePoint b) {
   return dx * dx + dy * dy + dz * dz;
 }
 
-/// Distance along the surface in metres, great circle (haversine formula).
+/// Distance along the surface in metres, great circle. Made from the chord, so that it orders exactly as
+/// squaredChord() does.
 MARLUNE_API double distanceInMeters(Coordinate a, Coordinate b);
 
 }  // namespace marlune

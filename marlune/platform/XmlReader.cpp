@@ -20,6 +20,7 @@ constexpr unsigned long long amplificationCountedFrom = 1U << 20U;
 // Default attributes are added to every element of their kind, so that a few bytes an element could cost any
 // amount of work.
 constexpr int mostDefaultAttributes = 16;
+constexpr std::size_t longestDefault = 64;
 
 // Code points of the bytes 0x80 to 0x9F in Windows-1252; -1 where no character is assigned. All other
 // bytes stand for themselves. Source: the mapping table that the Unicode consortium publishes for cp1252.
@@ -67,8 +68,11 @@ class XmlReading {
   }
   static void XMLCALL onBoundary(void* self, const XML_Char*) { of(self).flushText(); }
   static void XMLCALL onAttributeDeclaration(void* self, const XML_Char*, const XML_Char*, const XML_Char*,
-                                             const XML_Char*, int) {
-    if (++of(self).declared_ > mostDefaultAttributes) of(self).stop("too many attributes are declared");
+                                             const XML_Char* value, int) {
+    const bool isLong = value != nullptr && std::string_view(value).size() > longestDefault;
+    if (isLong || ++of(self).declared_ > mostDefaultAttributes) {
+      of(self).stop("the attributes that are declared cost too much");
+    }
   }
   static void XMLCALL onInstruction(void* self, const XML_Char*, const XML_Char*) { of(self).flushText(); }
 

@@ -15,7 +15,8 @@
 #include "marlune/tides/TideEvent.h"
 
 /// The tide curve: straight lines from one extreme to the next. Pure functions over event lists, in the
-/// list's unit of level; instants are seconds since 1970; safe from any thread.
+/// list's unit of level; instants are seconds since 1970; safe from any thread. Between two events at one
+/// time there is no slope: the level there is that of the first.
 namespace marlune::curve {
 
 /// A point of the curve for a chart.

@@ -29,26 +29,19 @@ TEST_F(CommandTest, AnswersAboutTheCatalogue) {
   } cases[] = {
       {{"stations", "show", "7"}, kZeta},
       {{"stations", "show", "77"}, "null"},
-      {{"stations", "load", "8"}, kAlpha},
       {{"stations", "states"}, "[\"Ohio\",\"Utah\"]"},
       {{"stations", "count"}, "2"},
       {{"stations", "state", "Utah"}, "[" + kAlpha + "," + kZeta + "]"},
-      {{"stations", "state", "New York"}, "null"},
       {{"stations", "box", "10.5", "-21", "11", "-20"}, "[" + kAlpha + "]"},
       {{"stations", "rect", "0", "0", "1", "1"}, "[]"},
-      {{"stations", "load-all"}, "null"},
       {{"tides", "cached", "7", "0"}, "false"},
       {{"tides", "populate", "7", "2026", "3"}, "false"},
       {{"tides", "range", "7", "0", "1"}, "null"},
-      {{"tides", "range", "none", "0", "1"}, "null"},
       {{"tides", "month", "7", "-5", "13"}, "null"},
-      {{"tides", "first"}, "null"},
-      {{"tides", "clear"}, "null"},
       {{"tides", "file", "7", "2026"}, "\"20267.xml\""},
       {{"tides", "endpoint", "7", "2026"},
        "\"http://127.0.0.1:1/v1/tideapi.php?op=highlowtide&id=7&year=2026&version=1&format=xml\""},
       {{"chart", "none"}, "null"},
-      {{"idle"}, "true"},
   };
   for (const auto& c : cases) {
     const auto end = run(small(c.words));
@@ -58,56 +51,33 @@ TEST_F(CommandTest, AnswersAboutTheCatalogue) {
   }
 }
 
-TEST_F(CommandTest, NearestStationsSayTheirDistance) {
-  const auto end = run(small({"stations", "near", "--limit", "1", "-40", "100"}));
-  EXPECT_NE(end.output.find("{\"result\":[{\"stationId\":\"9\","), std::string::npos) << end.output;
-  EXPECT_NE(end.output.find("\"hasResolvedName\":false,\"distance\":0}]"), std::string::npos) << end.output;
-}
-
-TEST_F(CommandTest, UnknownStationLeavesNothingAndALogLine) {
-  EXPECT_EQ(
-      run(small({"tides", "begin", "none", "0"})).output,
-      answer("null", "\"[TideDataProvider] Error: Nil parameter passed to beginGetHighLowTideData\"") + "\n");
-}
-
 TEST_F(CommandTest, WrongCallsSayWhatIsWrong) {
   const std::string notEvents = file("bad.json", "{}");
   const std::string unknownMember = file("unknown.json", "{\"tideHost\":\"x\"}");
-  const std::string noText = file("notext.json", "{\"tideApiHost\":5}");
   const struct {
     std::vector<std::string> words;
     std::string about;  ///< the complaint must name it
   } cases[] = {
       {{}, "command"},
       {{"tidal"}, "tidal, did you mean tides?"},
-      {{"stations"}, "second word"},
-      {{"stations", "nearby", "1", "2"}, "nearby"},
       {{"stations", "near", "1"}, "LON"},
-      {{"stations", "near", "1", "2", "3"}, "\"3\""},
-      {{"stations", "near", "1", "2x"}, "2x"},
       {{"stations", "near", "1", "2", "--limit", "-1"}, "--limit"},
       {{"stations", "near", "1", "2", "--limit"}, "--limit needs a value"},
       {{"stations", "all", "--limit", "1"}, "no option of stations all"},
       {{"stations", "all", "--json=yes"}, "takes no value"},
-      {{"stations", "all", "--frobnicate"}, "--frobnicate"},
       {{"tides", "begin", "7", "2026-03-05T12:00:00"}, "INSTANT"},
       {{"tides", "populate", "7", "2147483648", "1"}, "YEAR"},
-      {{"tides", "populate", "7", "2026", "March"}, "MONTH"},
       {{"curve", "level", notEvents, "0"}, "not a JSON array"},
-      {{"curve", "level", folder_ / "missing.json", "0"}, "missing.json"},
       {{"curve", "level", "@7,0", "0"}, "@ID,FROM,TO"},
       {{"defaults", "write", "key", "yes"}, "true or false"},
       {{"chart", "7", "--days", "0"}, "--days"},
-      {{"chart", "7", "1e15"}, "INSTANT"},
       {{"start", "stations", "all"}, "shell"},
-      {{"finish", "1"}, "shell"},
       {{"advance", "5"}, "--now"},
       {{"stations", "all", "--now", "yesterday"}, "--now"},
       {{"stations", "all", "--device-timezone", "Mars/Olympus"}, "Mars/Olympus"},
       {{"stations", "all", "--services", "127.0.0.1:80"}, "--services"},
       {{"stations", "all", "--settings", folder_ / "missing.json"}, "--settings"},
       {{"stations", "all", "--settings", unknownMember}, "tideHost"},
-      {{"stations", "all", "--settings", noText}, "tideApiHost"},
   };
   for (const auto& c : cases) {
     const auto end = run(small(c.words));
@@ -121,20 +91,14 @@ TEST_F(CommandTest, WrongCallsSayWhatIsWrong) {
   const auto plain = run({"tidal"});
   EXPECT_EQ(plain.output, "");
   EXPECT_EQ(plain.status, 2);
-}
-
-TEST_F(CommandTest, OtherFailuresEndWithOne) {
   const auto unreadable = run(small({"tides", "parse", folder_ / "missing.xml", "7", "2026", "3"}));
-  EXPECT_EQ(unreadable.status, 1);
+  EXPECT_EQ(unreadable.status, 1) << "no wrong call";
   EXPECT_NE(unreadable.errors.find("missing.xml"), std::string::npos) << unreadable.errors;
-  file("data", "in the way");
-  EXPECT_EQ(run(small({"defaults", "write", "key", "true"})).status, 1);
 }
 
 TEST_F(CommandTest, ComputesTheCurve) {
   const std::string events = file("events.json", R"([{"timestamp":1000,"tidelevel":1.5,"isHighTide":false},)"
                                                  R"({"timestamp":4600,"tidelevel":3.5,"isHighTide":true}])");
-  const std::string single = file("one.json", R"([{"timestamp":1000}])");
   const auto point = [](const char* time, const char* level) {
     return std::string("{\"timestamp\":") + time + ",\"tidelevel\":" + level +
            ",\"isHighTide\":false,\"tideLevelInMeters\":false,\"isIntermediary\":true}";
@@ -148,22 +112,14 @@ TEST_F(CommandTest, ComputesTheCurve) {
     std::string result;
   } cases[] = {
       {{"level", events, "2800"}, "2.5"},
-      {{"level", events, "-5"}, "0"},
       {{"between", events, "1800"}, "[" + point("2800", "2.5") + "," + point("4600", "3.5") + "]"},
-      {{"between", events, "-1"}, "[]"},
-      {{"between", single, "900"}, "null"},
       {{"points", events, "3600", "Old Town"},
        "[{\"date\":1000,\"station\":\"Old Town\",\"level\":1.5,\"nextEvent\":" + high +
            "},{\"date\":4600,\"station\":\"Old Town\",\"level\":3.5,\"nextEvent\":null}]"},
-      {{"points", single, "3600", "N"}, "null"},
       {{"ordered", events, "1800", "N", "1001", "1"},
        "[{\"date\":2800,\"station\":\"N\",\"level\":2.5,\"nextEvent\":" + high + ",\"previousEvent\":" + low +
            "}]"},
-      {{"ordered", events, "1800", "N", "0", "0"}, "[]"},
       {{"crossings", events, "2"}, "[1900]"},
-      {{"crossings", single, "2"}, "null"},
-      {{"around", events, "4600"},
-       "{\"previousEvent\":" + low + ",\"nextEvent\":null,\"nextTimestamp\":9223372036854775807}"},
       {{"around", events, "999.5"},
        "{\"previousEvent\":null,\"nextEvent\":" + low + ",\"nextTimestamp\":1000}"},
   };
@@ -182,19 +138,14 @@ TEST_F(CommandTest, KeepsMonthsAndDefaults) {
   EXPECT_EQ(run(small({"--now", "86400", "months", "put", "any id", "2026", "3", events})).output,
             answer("null") + "\n");
   EXPECT_EQ(run(small({"months", "get", "any id", "2026", "3"})).output, stored);
-  struct stat status {};
-  std::size_t files = 0;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(folder_ / "data")) {
-    if (!entry.is_regular_file()) continue;
-    ++files;
+    struct stat status {};
     ASSERT_EQ(::stat(entry.path().c_str(), &status), 0);
-    EXPECT_EQ(status.st_mtime, 86400);
+    EXPECT_TRUE(!entry.is_regular_file() || status.st_mtime == 86400) << entry.path();
   }
-  EXPECT_EQ(files, 1U);
   run(small({"months", "evict", "any id"}));
   EXPECT_EQ(run(small({"months", "get", "any id", "2026", "3"})).output, answer("null") + "\n");
 
-  EXPECT_EQ(run(small({"defaults", "read", "key"})).output, answer("null") + "\n");
   EXPECT_EQ(run(small({"defaults", "write", "key", "false"})).output, answer("null") + "\n");
   EXPECT_EQ(run(small({"defaults", "read", "key"})).output, answer("false") + "\n");
 }
@@ -212,8 +163,6 @@ TEST_F(CommandTest, OptionsStandAnywhereAndServicesWin) {
                  "tides", "endpoint", "--", "7", "2026"})
                 .output,
             answer("\"https://s.example/base" + path) + "\n");
-  EXPECT_EQ(run({"--json", data, resources, "tides", "file", "--", "-x", "-3"}).output,
-            answer("\"-3-x.xml\"") + "\n");
 }
 
 TEST_F(CommandTest, ExplainsItself) {
@@ -223,9 +172,7 @@ TEST_F(CommandTest, ExplainsItself) {
        {"--device-timezone NAME", "tides fetch ID FROM TO", "chart ID [INSTANT]", "@ID,FROM,TO"}) {
     EXPECT_NE(help.find(word), std::string::npos) << word;
   }
-  const auto chart = run({"chart", "--help"});
-  EXPECT_NE(chart.output.find("--svg FILE"), std::string::npos);
-  EXPECT_EQ(chart.status, 0);
+  EXPECT_NE(run({"chart", "--help"}).output.find("--svg FILE"), std::string::npos);
   EXPECT_EQ(run({"nothing", "--help"}).status, 2);
 }
 
@@ -237,12 +184,10 @@ TEST_F(CommandTest, QueuedWorkIsSeenThroughAfterTheAnswer) {
 }
 
 TEST_F(CommandTest, PeopleReadStationTimesAndUnits) {
-  const auto end =
-      run(served({"tides", "fetch", kSantaCruz, "2026-03-05T19:00:00Z", "2026-03-05T20:00:00Z"}));
-  EXPECT_EQ(end.output,
-            "TIME                     WATER    LEVEL\n"
-            "2026-03-05 11:23:37 PST  high   4.22 ft\n");
-  EXPECT_EQ(end.status, 0);
+  EXPECT_EQ(
+      run(served({"tides", "fetch", kSantaCruz, "2026-03-05T19:00:00Z", "2026-03-05T20:00:00Z"})).output,
+      "TIME                     WATER    LEVEL\n"
+      "2026-03-05 11:23:37 PST  high   4.22 ft\n");
 }
 
 TEST_F(CommandTest, ChartDrawsTheDaysAndGivesTheirEvents) {

@@ -3,7 +3,8 @@
 #include <sys/types.h>
 
 #include <chrono>
-#include <optional>
+#include <cstdio>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -20,18 +21,15 @@ class Program {
   void send(const std::string& text);
   void closeInput();
 
-  /// The next line of standard output without its end; nothing at its end or when none came in time.
-  std::optional<std::string> line();
-
   /// One line there and back.
   std::string ask(const std::string& command);
 
-  /// Waits for the end of both outputs and of the process; its exit status, or -1 when it was killed or did
-  /// not end in time. What is left of the outputs is then in `rest()` and `errors()`.
+  /// Waits for the end of the output and of the process; its exit status, or -1 when it was killed or did
+  /// not end in time. What is left of the output is then in `rest()`.
   int finish(std::chrono::milliseconds limit = std::chrono::minutes(2));
 
   const std::string& rest() const { return output_; }
-  const std::string& errors() const { return errors_; }
+  std::string errors() const;
 
  private:
   bool readSome(std::chrono::milliseconds limit);
@@ -39,9 +37,9 @@ class Program {
   pid_t process_ = -1;
   int input_ = -1;
   int outputPipe_ = -1;
-  int errorPipe_ = -1;
+  bool ended_ = false;
   std::string output_;
-  std::string errors_;
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> errorFile_{std::tmpfile(), std::fclose};
 };
 
 struct ProgramEnd {

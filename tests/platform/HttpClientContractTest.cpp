@@ -1,5 +1,6 @@
 // What every HTTP client behind the seam does, and how the real one stands up to hostile servers.
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -45,10 +46,7 @@ struct Subject {
   std::string silent;
 };
 
-struct Kind {
-  const char* name;
-  Subject (*make)(const std::shared_ptr<Activity>&);
-};
+using Kind = Subject (*)(const std::shared_ptr<Activity>&);
 
 Subject makeReal(const std::shared_ptr<Activity>& activity) {
   Subject subject;
@@ -66,7 +64,7 @@ Subject makeReal(const std::shared_ptr<Activity>& activity) {
 
 Subject makeFake(const std::shared_ptr<Activity>& activity) {
   Subject subject;
-  auto fake = std::make_shared<FakeHttpClient>(FakeHttpClient::Delivery::onOwnThread, activity);
+  auto fake = std::make_shared<FakeHttpClient>(activity);
   subject.answered = "http://fake/answered";
   subject.silent = "http://fake/silent";
   fake->script(subject.answered, answerOf("hello"));
@@ -78,7 +76,7 @@ Subject makeFake(const std::shared_ptr<Activity>& activity) {
 class HttpClientContract : public ::testing::TestWithParam<Kind> {
  protected:
   std::shared_ptr<Activity> activity = std::make_shared<Activity>();
-  Subject subject = GetParam().make(activity);
+  Subject subject = GetParam()(activity);
   Completions completions;
 };
 
@@ -179,31 +177,8 @@ TEST_P(HttpClientContract, manyThreadsSendAndCancel) {
   completions.verify();
 }
 
-INSTANTIATE_TEST_SUITE_P(all, HttpClientContract,
-                         ::testing::Values(Kind{"Curl", makeReal}, Kind{"Fake", makeFake}),
-                         [](const auto& one) { return one.param.name; });
-
-TEST(FakeHttpClientTest, followsItsScript) {
-  FakeHttpClient http(FakeHttpClient::Delivery::manual);
-  std::vector<std::string> seen;
-  const auto send = [&](const std::string& url) {
-    http.send({.url = url}, [&](HttpAnswer answer) { seen.push_back(answer.body ? *answer.body : "error"); });
-  };
-  http.script("a", answerOf("always"));
-  http.scriptOnce("a", answerOf("first"));
-  http.hold("b");
-  for (const char* url : {"a", "a", "b", "c"}) send(url);
-  EXPECT_TRUE(seen.empty());
-  EXPECT_EQ(http.deliver(), 3U);
-  EXPECT_EQ(seen, (std::vector<std::string>{"first", "always", "error"}));
-  EXPECT_EQ(http.openCount(), 1U);
-  EXPECT_TRUE(http.answer("b", answerOf("at last")));
-  EXPECT_FALSE(http.answer("b", answerOf("again")));
-  EXPECT_EQ(http.deliver(), 1U);
-  EXPECT_EQ(seen.back(), "at last");
-  EXPECT_EQ(http.unexpected(), std::vector<std::string>{"c"});
-  EXPECT_EQ(http.requestCount("a"), 2U);
-}
+INSTANTIATE_TEST_SUITE_P(all, HttpClientContract, ::testing::Values(makeReal, makeFake),
+                         [](const auto& one) { return one.param == makeReal ? "Curl" : "Fake"; });
 
 // --- the real client and what servers may do to it ---
 
@@ -217,13 +192,8 @@ struct Answer {
 };
 
 std::string chunked(std::string_view headers, const std::vector<std::string>& chunks, bool complete) {
-  std::string answer = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n";
-  answer.append(headers).append("\r\n");
-  char size[20];
-  for (const auto& chunk : chunks) {
-    snprintf(size, sizeof size, "%zx\r\n", chunk.size());
-    answer.append(size).append(chunk).append("\r\n");
-  }
+  std::string answer = fmt::format("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n{}\r\n", headers);
+  for (const auto& chunk : chunks) answer += fmt::format("{:x}\r\n{}\r\n", chunk.size(), chunk);
   return complete ? answer + "0\r\n\r\n" : answer;
 }
 
@@ -234,9 +204,10 @@ TEST(CurlHttpClientTest, takesWholeAnswersAndNoOthers) {
   const std::string gzip = "Content-Encoding: gzip\r\n";
   const std::string packed = gzipped(full);
   const std::string bomb = gzipped(std::string(std::size_t{50} << 20, '\0'));
+  std::string headers;
+  for (int i = 0; i < 30'000; ++i) headers += "Header: value\r\n";
   const auto plain = [](std::string_view rest) { return "HTTP/1.1 200 OK\r\n" + std::string(rest); };
   const Answer answers[] = {
-      {"empty", httpAnswer(""), "", ""},
       {"no content", "HTTP/1.1 204 No Content\r\n\r\n", "", "", 204},
       {"at the bound", httpAnswer(full), full, ""},
       {"over the bound", httpAnswer(over), "", "more than 1000 bytes"},
@@ -244,39 +215,24 @@ TEST(CurlHttpClientTest, takesWholeAnswersAndNoOthers) {
       {"chunked over the bound", chunked("", {full, "x"}, true), "", "more than 1000 bytes"},
       {"chunked and cut", chunked("", {"part"}, false), "", "outstanding read data", 200, true},
       {"cut", plain("Content-Length: 10\r\n\r\nhalf"), "", "6 bytes remaining", 200, true},
-      {"until the end", plain("Connection: close\r\n\r\nall of it"), "all of it", "", 200, true},
       {"until the end over the bound", plain("Connection: close\r\n\r\n" + over), "", "more than 1000 bytes",
        200, true},
       {"gzip at the bound", httpAnswer(packed, gzip), full, ""},
       {"gzip in two members", httpAnswer(gzipped("one") + gzipped("two"), gzip), "onetwo", ""},
-      {"gzip by its old name", httpAnswer(packed, "Content-Encoding: X-GZIP\r\n"), full, ""},
-      {"gzip of nothing", httpAnswer(gzipped(""), gzip), "", ""},
       {"no bytes for gzip", httpAnswer("", gzip), "", ""},
       {"gzip over the bound", httpAnswer(gzipped(over), gzip), "", "more than 1000 bytes"},
       {"gzip bomb", httpAnswer(bomb, gzip), "", "more than 1000 bytes"},
       {"gzip cut within its length", httpAnswer(packed.substr(0, packed.size() - 4), gzip), "", "ends early"},
-      {"gzip cut after its header", httpAnswer(packed.substr(0, 10), gzip), "", "ends early"},
       {"gzip chunked and cut short", chunked(gzip, {packed.substr(0, 15)}, true), "", "ends early"},
       {"gzip damaged", httpAnswer("no gzip at all", gzip), "", "damaged"},
       {"gzip and more", httpAnswer(packed + "and more", gzip), "", "damaged"},
       {"another encoding", httpAnswer("x", "Content-Encoding: br\r\n"), "", "not asked for"},
-      {"plain by name", httpAnswer("x", "Content-Encoding: identity\r\n"), "x", ""},
-      {"client error", httpAnswer("none", "", "404 Not Found"), "none", "", 404},
       {"server error", httpAnswer("", "", "503 Unavailable"), "", "", 503},
-      {"redirect to nowhere", httpAnswer("x", "", "302 Found"), "x", "", 302},
-      {"not modified", "HTTP/1.1 304 Not Modified\r\n\r\n", "", "", 304},
       {"interim answer", "HTTP/1.1 100 Continue\r\nContent-Encoding: br\r\n\r\n" + httpAnswer("x"), "x", ""},
       {"garbage", "\x16\x03\x01 garbage\r\n\r\n", "", "HTTP/0.9", 200, true},
       {"nothing", "", "", "Empty reply", 200, true},
       {"cut within a header", plain("Content-Type: te"), "", "within its headers", 200, true},
-      {"cut after a header", plain("Content-Type: text\r\n"), "", "within its headers", 200, true},
-      {"endless headers", plain(std::string(300'000, 'a') + ": b\r\n\r\n"), "", "", 200, true},
-      {"many headers", plain([] {
-         std::string lines;
-         for (int i = 0; i < 30'000; ++i) lines += "Header: value\r\n";
-         return lines + "\r\n";
-       }()),
-       "", "bytes of headers", 200, true},
+      {"endless headers", plain(headers + "\r\n"), "", "bytes of headers", 200, true},
       {"contradicting lengths", plain("Content-Length: 3\r\nContent-Length: x\r\n\r\nabc"), "",
        "Content-Length", 200, true},
   };
@@ -287,16 +243,13 @@ TEST(CurlHttpClientTest, takesWholeAnswersAndNoOthers) {
       if (connection.readRequest().empty() || !connection.send(answer.bytes)) return false;
       return !answer.closes;
     });
-    HttpRequest request{.url = server.url()};
-    request.maximumBodySize = bound;
-    const auto got = get(client, std::move(request));
-    if (answer.error.empty() && std::string(answer.name) != "endless headers") {
+    const auto got = get(client, HttpRequest{.url = server.url(), .maximumBodySize = bound});
+    if (answer.error.empty()) {
       EXPECT_EQ(got.error, "");
       EXPECT_EQ(got.status, answer.status);
       ASSERT_TRUE(got.body);
       EXPECT_EQ(*got.body, answer.body);
     } else {
-      EXPECT_NE(got.error, "");
       EXPECT_NE(got.error.find(answer.error), std::string::npos) << got.error;
       EXPECT_EQ(got.body, nullptr);
     }
@@ -329,91 +282,69 @@ TEST(CurlHttpClientTest, sendsWhatIsAskedAndNothingElse) {
 
 TEST(CurlHttpClientTest, refusesOtherAddressesAndBrokenHeaders) {
   CurlHttpClient client;
-  for (const char* url : {"", "file:///etc/passwd", "ftp://127.0.0.1/", "127.0.0.1", "http://", "http:// /",
-                          "http://127.0.0.1:99999/", "gopher://x/", "httpx://y/", "http://a b/"}) {
+  for (const char* url : {"", "file:///etc/passwd", "ftp://127.0.0.1/", "127.0.0.1", "http://",
+                          "http://127.0.0.1:99999/", "httpx://y/", "http://a b/"}) {
     EXPECT_NE(get(client, url).error, "") << url;
   }
   for (const auto& header :
        {std::pair<std::string, std::string>{"A", "b\r\nC: d"}, {"A\nB", "c"}, {"", "x"}}) {
-    HttpRequest request{.url = "http://127.0.0.1:1/"};
-    request.headers.push_back(header);
-    EXPECT_NE(get(client, std::move(request)).error.find("header"), std::string::npos);
+    const auto answer = get(client, HttpRequest{.url = "http://127.0.0.1:1/", .headers = {header}});
+    EXPECT_NE(answer.error.find("header"), std::string::npos);
   }
 }
 
 TEST(CurlHttpClientTest, followsRedirectsWithinBounds) {
   std::mutex mutex;
   std::string last;
+  const auto arrive = [&](LoopbackServer::Connection& connection, const std::string& head) {
+    const std::lock_guard lock(mutex);
+    last = head;
+    return connection.send(httpAnswer("arrived"));
+  };
   const LoopbackServer target([&](LoopbackServer::Connection& connection) {
     const std::string head = connection.readRequest();
-    if (head.empty()) return false;
-    {
-      const std::lock_guard lock(mutex);
-      last = head;
-    }
-    return connection.send(httpAnswer("arrived"));
+    return !head.empty() && arrive(connection, head);
   });
-  LoopbackServer server([&](LoopbackServer::Connection& connection) {
+  const LoopbackServer server([&](LoopbackServer::Connection& connection) {
     const std::string head = connection.readRequest();
     if (head.empty()) return false;
     const std::string path = head.substr(4, head.find(' ', 4) - 4);
     std::string to = path.substr(path.find('=') + 1);
-    if (path.starts_with("/loop")) to = "/loop";
-    if (path.starts_with("/other")) to = target.url("/there");
-    if (path.starts_with("/count")) {
-      const int left = std::stoi(to);
-      if (left == 0) return connection.send(httpAnswer("arrived"));
-      to = "/count=" + std::to_string(left - 1);
-    }
-    if (path == "/here") {
-      const std::lock_guard lock(mutex);
-      last = head;
-      return connection.send(httpAnswer("arrived"));
-    }
+    if (path == "/here" || path == "/count=0") return arrive(connection, head);
+    if (path == "/other") to = target.url("/there");
+    if (path.starts_with("/count")) to = "/count=" + std::to_string(std::stoi(to) - 1);
     return connection.send(httpAnswer("moved", "Location: " + to + "\r\nX-Old: yes\r\n", "302 Found"));
   });
   CurlHttpClient client;
-  for (const char* path : {"/to=file:///etc/passwd", "/to=ftp://127.0.0.1/x", "/to=gopher://127.0.0.1/",
-                           "/loop", "/count=11", "/to=http://", "/to=//", "/to=data:text/plain,x"}) {
+  for (const char* path :
+       {"/to=file:///etc/passwd", "/to=ftp://127.0.0.1/x", "/count=11", "/to=//", "/to=data:text/plain,x"}) {
     EXPECT_NE(get(client, server.url(path)).error, "") << path;
   }
   for (const char* path : {"/count=10", "/to=/here", "/to=here", "/other"}) {
-    const auto answer = get(client, server.url(path));
+    const auto answer = get(
+        client, HttpRequest{.url = server.url(path), .headers = {{"X-Key", "secret"}, {"Accept", "text/x"}}});
     EXPECT_EQ(answer.error, "") << path;
     EXPECT_EQ(answer.body ? *answer.body : "", "arrived") << path;
     EXPECT_EQ(headerOf(answer, "x-old"), "(none)") << "the headers are those of the last answer";
-  }
-  for (const auto& [path, keyTravels] : {std::pair("/to=/here", true), std::pair("/other", false)}) {
-    HttpRequest request{.url = server.url(path)};
-    request.headers = {{"X-Key", "secret"}, {"Accept", "text/x"}};
-    EXPECT_EQ(get(client, std::move(request)).error, "");
     const std::lock_guard lock(mutex);
-    EXPECT_EQ(last.find("secret") != std::string::npos, keyTravels) << path;
+    EXPECT_EQ(last.find("secret") == std::string::npos, path == std::string("/other")) << path;
     EXPECT_NE(last.find("text/x"), std::string::npos) << path;
   }
 }
 
 TEST(CurlHttpClientTest, limitsSilenceAndTheWhole) {
-  std::promise<void> dripping;
   LoopbackServer server([&](LoopbackServer::Connection& connection) {
     const std::string head = connection.readRequest();
-    if (head.starts_with("GET /never ")) connection.stall();
-    if (head.starts_with("GET /head ")) {
-      connection.send("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab");
-      connection.stall();
-    }
-    if (head.starts_with("GET /drip ")) {
-      connection.send("HTTP/1.1 200 OK\r\nContent-Length: 1000000000\r\n\r\n");
-      while (connection.send("x")) std::this_thread::yield();
-    }
+    if (!head.starts_with("GET /never "))
+      connection.send("HTTP/1.1 200 OK\r\nContent-Length: 1000000000\r\n\r\nx");
+    while (head.starts_with("GET /drip ") && connection.send("x")) std::this_thread::yield();
+    connection.stall();
     return false;
   });
   CurlHttpClient client;
-  for (const auto& [path, error] :
-       {std::pair("/never", "no byte for 50 ms"), std::pair("/head", "no byte for 50 ms")}) {
-    HttpRequest request{.url = server.url(path)};
-    request.silenceLimit = std::chrono::milliseconds(50);
-    EXPECT_EQ(get(client, std::move(request)).error, error) << path;
+  for (const char* path : {"/never", "/head"}) {
+    const HttpRequest request{.url = server.url(path), .silenceLimit = std::chrono::milliseconds(50)};
+    EXPECT_EQ(get(client, request).error, "no byte for 50 ms") << path;
   }
   HttpRequest drip{.url = server.url("/drip")};
   drip.maximumBodySize = std::size_t{1} << 40;
@@ -425,11 +356,9 @@ TEST(CurlHttpClientTest, limitsSilenceAndTheWhole) {
 }
 
 TEST(CurlHttpClientTest, survivesResetsAndKeepsConnections) {
-  std::atomic<int> requests = 0;
   LoopbackServer server([&](LoopbackServer::Connection& connection) {
     const std::string head = connection.readRequest();
     if (head.empty()) return false;
-    ++requests;
     if (head.starts_with("GET /reset ")) {
       connection.send("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab");
       connection.reset();

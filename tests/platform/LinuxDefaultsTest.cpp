@@ -13,12 +13,10 @@
 #include "marlune/platform/linux/FolderResources.h"
 #include "marlune/platform/linux/LinuxFileSystem.h"
 #include "marlune/platform/linux/LinuxHost.h"
-#include "marlune/platform/linux/MainLoop.h"
 #include "marlune/platform/linux/PropertyListBundle.h"
 #include "marlune/platform/linux/SystemLog.h"
 #include "marlune/platform/linux/SystemTimeZone.h"
 #include "support/MemoryFileSystem.h"
-#include "support/ProbedFileSystem.h"
 #include "support/TemporaryFolder.h"
 
 namespace marlune::testing {
@@ -30,135 +28,127 @@ void put(const TemporaryFolder& folder, const std::string& name, std::string_vie
   ASSERT_TRUE(LinuxFileSystem().write(folder.path(), folder / name, bytes, Durability::cache));
 }
 
-std::string xmlDictionary(const std::string& entries) {
-  return "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><dict>" + entries +
-         "</dict></plist>";
-}
-
 TEST(FolderLayoutTest, namesFoldersOfGroupsOnly) {
   const FolderLayout folders("/root//");
   EXPECT_EQ(folders.container("group.x"), "/root/containers/group.x");
-  EXPECT_EQ(folders.container("..x"), "/root/containers/..x");
   EXPECT_EQ(folders.documents(), "/root/documents");
-  for (const std::string& bad : {std::string(), std::string("."), std::string(".."), std::string("a/b"),
-                                 std::string("/"), std::string("a\0b", 3)}) {
+  for (const std::string& bad :
+       {std::string(), std::string(".."), std::string("a/b"), std::string("a\0b", 3)})
     EXPECT_EQ(folders.container(bad), std::nullopt) << bad;
-  }
   EXPECT_EQ(FolderLayout("").container("group.x"), std::nullopt);
-  EXPECT_EQ(FolderLayout("").documents(), std::nullopt);
 }
 
 TEST(FolderResourcesTest, readsFilesOfTheFolderOnly) {
   const TemporaryFolder folder;
   put(folder, "resource.txt", "bytes");
   std::filesystem::create_directory(folder / "sub");
-  const FolderResources resources(folder / "sub/..");
-  EXPECT_EQ(resources.read("resource.txt"), "bytes");
+  EXPECT_EQ(FolderResources(folder / "sub/..").read("resource.txt"), "bytes");
+  EXPECT_EQ(FolderResources(folder.path()).read("sub"), std::nullopt);
   const FolderResources below(folder / "sub");
-  for (const std::string& bad : {std::string("../resource.txt"), folder / "resource.txt", std::string(),
-                                 std::string("."), std::string(".."), std::string("resource.txt\0", 13)}) {
+  for (const std::string& bad : {std::string("../resource.txt"), folder / "resource.txt", std::string(".."),
+                                 std::string("resource.txt\0", 13)}) {
     EXPECT_EQ(below.read(bad), std::nullopt) << bad;
   }
-  EXPECT_EQ(resources.read("sub"), std::nullopt);
-  EXPECT_EQ(resources.read("resource.txt/"), std::nullopt);
 }
 
 TEST(PropertyListBundleTest, readsBothFormsAndTakesAnyThingElseAsNothing) {
   const TemporaryFolder folder;
   const auto bundle = [&] { return std::make_unique<PropertyListBundle>(folder.path()); };
-  EXPECT_EQ(bundle()->region(), std::nullopt);
-  put(folder, "region.plist", xmlDictionary("<key>name</key><string>usa</string>"));
-  put(folder, "Info.plist",
-      *writeBinaryPropertyList(PropertyList::Dictionary{{"URL", PropertyList("x")}, {"N", PropertyList(1)}}));
+  put(folder, "region.plist", "<plist><dict><key>name</key><string>usa</string></dict></plist>");
+  put(folder, "Info.plist", *writeBinaryPropertyList(PropertyList::Dictionary{{"URL", "x"}, {"N", 1}}));
   EXPECT_EQ(bundle()->region(), "usa");
   EXPECT_EQ(bundle()->information("URL"), "x");
   EXPECT_EQ(bundle()->information("N"), std::nullopt) << "not a text";
-  EXPECT_EQ(bundle()->information("none"), std::nullopt);
   EXPECT_EQ(PropertyListBundle(folder.path(), "uk").region(), "uk");
   EXPECT_EQ(PropertyListBundle(std::nullopt).region(), std::nullopt);
-  EXPECT_EQ(PropertyListBundle(std::nullopt, "uk").region(), "uk");
-  for (const char* damaged : {"", "damaged", "bplist00", "<plist><array/></plist>"}) {
+  for (const char* damaged : {"", "damaged", "<plist><array/></plist>"}) {
     put(folder, "region.plist", damaged);
     EXPECT_EQ(bundle()->region(), std::nullopt) << damaged;
   }
 }
 
+/// Counts its reads and fails where the test says so.
+class FaultyFiles : public MemoryFileSystem {
+ public:
+  bool failsReads = false;
+  std::string failingEnd = "none";  ///< of names that cannot be written or moved to
+  int reads = 0;
+
+  std::optional<Bytes> read(const std::string& path) override {
+    ++reads;
+    return failsReads ? std::nullopt : MemoryFileSystem::read(path);
+  }
+  bool write(const std::string& folder, const std::string& path, std::string_view bytes,
+             Durability durability) override {
+    return !path.ends_with(failingEnd) && MemoryFileSystem::write(folder, path, bytes, durability);
+  }
+  bool move(const std::string& from, const std::string& folder, const std::string& to) override {
+    return !to.ends_with(failingEnd) && MemoryFileSystem::move(from, folder, to);
+  }
+};
+
 class PropertyListDefaultsTest : public ::testing::Test {
  protected:
   void putFile(std::string_view bytes) {
-    ASSERT_TRUE(memory->write("/d", "/d/defaults.plist", bytes, Durability::cache));
+    ASSERT_TRUE(files->write("/d", "/d/defaults.plist", bytes, Durability::cache));
   }
 
-  std::shared_ptr<MemoryFileSystem> memory = std::make_shared<MemoryFileSystem>();
-  std::shared_ptr<ProbedFileSystem> files = std::make_shared<ProbedFileSystem>(memory);
+  std::shared_ptr<FaultyFiles> files = std::make_shared<FaultyFiles>();
   PropertyListDefaults defaults{files, "/d"};
 };
 
 TEST_F(PropertyListDefaultsTest, storesValuesForOthersToRead) {
   EXPECT_EQ(defaults.boolean("A"), std::nullopt);
   EXPECT_TRUE(defaults.setBoolean("A", true));
-  EXPECT_EQ(defaults.boolean("A"), true);
   PropertyListDefaults other(files, "/d");
   EXPECT_EQ(other.boolean("A"), true);
   EXPECT_TRUE(other.setBoolean("A", false));
-  EXPECT_TRUE(other.setBoolean("B", true));
   EXPECT_EQ(defaults.boolean("A"), false);
-  EXPECT_EQ(defaults.boolean("B"), true);
-  files->resetCounts();
+  files->reads = 0;
   for (int i = 0; i < 100; ++i) EXPECT_EQ(defaults.boolean("A"), false);
-  EXPECT_EQ(files->count(ProbedFileSystem::Operation::read), 0U) << "unchanged, yet read again";
+  EXPECT_EQ(files->reads, 0) << "unchanged, yet read again";
 }
 
 TEST_F(PropertyListDefaultsTest, keepsWhatItDoesNotKnow) {
-  const auto odd = PropertyList::Dictionary{
-      {"text", PropertyList("x")}, {"odd", PropertyList("\x01")}, {"A", PropertyList("no truth value")}};
+  const auto odd = PropertyList::Dictionary{{"odd", "\x01"}, {"A", "no truth value"}};
   putFile(*writeBinaryPropertyList(odd));
   EXPECT_EQ(defaults.boolean("A"), std::nullopt);
   EXPECT_TRUE(defaults.setBoolean("A", true));
-  const auto list = readPropertyList(*memory->read("/d/defaults.plist"));
-  ASSERT_TRUE(list);
-  EXPECT_EQ(*list->find("text")->text(), "x");
-  EXPECT_EQ(*list->find("odd")->text(), "\x01");
-  EXPECT_EQ(list->find("A")->boolean(), true);
-}
-
-TEST_F(PropertyListDefaultsTest, putsDamagedBytesAside) {
-  for (const char* damaged : {"", "damaged", "<plist><array/></plist>"}) {
-    putFile(damaged);
-    EXPECT_EQ(defaults.boolean("A"), std::nullopt);
-    EXPECT_EQ(memory->read("/d/defaults.plist"), damaged) << "reading changes nothing";
-    EXPECT_TRUE(defaults.setBoolean("A", true));
-    EXPECT_EQ(memory->read("/d/defaults.plist.damaged"), damaged);
-    EXPECT_EQ(defaults.boolean("A"), true);
-  }
+  EXPECT_EQ(readPropertyList(*files->read("/d/defaults.plist")),
+            PropertyList(PropertyList::Dictionary{{"odd", "\x01"}, {"A", true}}));
 }
 
 TEST_F(PropertyListDefaultsTest, neverLosesWhatIsThere) {
-  using Operation = ProbedFileSystem::Operation;
   ASSERT_TRUE(defaults.setBoolean("A", true));
-  files->setFault([](Operation operation, const std::string&) { return operation == Operation::write; });
+  files->failingEnd = ".plist";
   EXPECT_FALSE(defaults.setBoolean("A", false));
   EXPECT_EQ(defaults.boolean("A"), true);
-  files->setFault([](Operation operation, const std::string&) { return operation == Operation::read; });
+  files->failingEnd = ".damaged";
+  files->failsReads = true;
   EXPECT_FALSE(defaults.setBoolean("B", true)) << "a file that cannot be read is not replaced";
+  files->failsReads = false;
   putFile("damaged");
-  files->setFault([](Operation, const std::string& path) { return path.ends_with(".damaged"); });
   EXPECT_FALSE(defaults.setBoolean("B", true)) << "damaged bytes that cannot be put aside are not replaced";
-  EXPECT_EQ(memory->read("/d/defaults.plist"), "damaged");
+  EXPECT_EQ(files->read("/d/defaults.plist"), "damaged");
+  files->failingEnd = "none";
+  for (const char* damaged : {"", "damaged", "<plist><array/></plist>"}) {
+    putFile(damaged);
+    EXPECT_EQ(defaults.boolean("A"), std::nullopt);
+    EXPECT_TRUE(defaults.setBoolean("A", true));
+    EXPECT_EQ(files->read("/d/defaults.plist.damaged"), damaged);
+    EXPECT_EQ(defaults.boolean("A"), true);
+  }
 }
 
 TEST(SystemTimeZoneTest, takesTheFirstSettingThatNamesAZone) {
   const TemporaryFolder link;
   std::filesystem::create_symlink("/usr/share/zoneinfo/Europe/Berlin", link / "localtime");
   put(link, "timezone", "Asia/Tokyo\n");
-  const TemporaryFolder variant;
-  std::filesystem::create_symlink("../usr/share/zoneinfo/posix/Europe/Paris", variant / "localtime");
   const TemporaryFolder named;
   put(named, "timezone", " Asia/Tokyo # comment\n");
   const TemporaryFolder copied;
   put(copied, "localtime", "TZif");
   put(copied, "timezone", "../etc/passwd");
-  const TemporaryFolder none;
   struct Case {
     std::optional<std::string> variable;
     const TemporaryFolder& folder;
@@ -166,11 +156,8 @@ TEST(SystemTimeZoneTest, takesTheFirstSettingThatNamesAZone) {
   };
   const Case cases[] = {
       {std::nullopt, link, "Europe/Berlin"},
-      {std::nullopt, variant, "Europe/Paris"},
       {std::nullopt, named, "Asia/Tokyo"},
       {std::nullopt, copied, "UTC"},
-      {std::nullopt, none, "UTC"},
-      {"America/Denver", link, "America/Denver"},
       {":America/Denver", link, "America/Denver"},
       {"/usr/share/zoneinfo/America/Denver", link, "America/Denver"},
       {"", link, "UTC"},
@@ -183,26 +170,10 @@ TEST(SystemTimeZoneTest, takesTheFirstSettingThatNamesAZone) {
   }
 }
 
-TEST(ManualClockTest, standsUntilItIsMoved) {
-  ManualClock clock(dateFromSeconds(100.5));
-  EXPECT_EQ(secondsOf(clock.now()), 100.5);
-  clock.advance(std::chrono::seconds(10));
-  clock.advance(std::chrono::duration<double>(-0.25));
-  EXPECT_EQ(secondsOf(clock.now()), 110.25);
-  clock.set(dateFromSeconds(-1));
-  EXPECT_EQ(secondsOf(clock.now()), -1);
-  const auto before = clock.monotonic();
-  EXPECT_GE(clock.monotonic(), before);
-}
-
 TEST(PrintableLineTest, keepsTextAndDefusesControl) {
-  const std::pair<const char*, const char*> cases[] = {
-      {"plain % \\x", "plain % \\x"},
-      {"M\xc3\xbcnchen", "M\xc3\xbcnchen"},
-      {"a\nb\r\tc\x1b[2J\x7f", "a\\x0ab\\x0d\\x09c\\x1b[2J\\x7f"},
-      {"\xff\xc3", "\\xff\\xc3"},
-  };
-  for (const auto& [text, line] : cases) EXPECT_EQ(printableLine(text), line);
+  EXPECT_EQ(printableLine("M\xc3\xbcnchen % \\x"), "M\xc3\xbcnchen % \\x");
+  EXPECT_EQ(printableLine("a\nb\r\tc\x1b[2J\x7f"), "a\\x0ab\\x0d\\x09c\\x1b[2J\\x7f");
+  EXPECT_EQ(printableLine("\xff\xc3"), "\\xff\\xc3");
 }
 
 std::size_t threadCount() {
@@ -214,21 +185,15 @@ TEST(LinuxHostTest, setsEveryPartAndStartsNothing) {
   const TemporaryFolder folder;
   const std::size_t threads = threadCount();
   const auto clock = std::make_shared<ManualClock>(dateFromSeconds(1'000'000));
-  const auto loop = std::make_shared<MainLoop>();
   const Host host = linuxHost({.dataFolder = folder / "data",
                                .region = "usa",
                                .clock = clock,
-                               .deviceTimeZone = TimeZone::named("Asia/Tokyo"),
-                               .mainThread = loop});
+                               .deviceTimeZone = TimeZone::named("Asia/Tokyo")});
   const auto queue = host.executors->makeQueue("unused", 2);
   EXPECT_FALSE(host.userDefaults->boolean("A"));
   EXPECT_EQ(threadCount(), threads);
   EXPECT_FALSE(std::filesystem::exists(folder / "data"));
-  for (const bool set :
-       {host.application != nullptr, host.resources != nullptr, host.folders != nullptr, host.http != nullptr,
-        host.notifications != nullptr, host.log != nullptr, host.mainThread == loop, host.clock == clock}) {
-    EXPECT_TRUE(set);
-  }
+  EXPECT_TRUE(host.resources && host.http && host.notifications && host.log && host.mainThread && host.clock);
   EXPECT_EQ(host.application->region(), "usa");
   EXPECT_EQ(host.deviceTimeZone->current().name(), "Asia/Tokyo");
   const auto container = *host.folders->container("group");

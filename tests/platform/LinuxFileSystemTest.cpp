@@ -2,10 +2,8 @@
 
 #include "marlune/platform/linux/LinuxFileSystem.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -132,24 +130,6 @@ TEST(LinuxFileSystemTest, severalProcessesWriteAndReadOneFolder) {
   expectNoTemporaryFiles(folder.path());
 }
 
-TEST(LinuxFileSystemTest, sweepsOrphansOnceAndSparesWriters) {
-  const TemporaryFolder folder;
-  const auto make = [&](const std::string& name) { std::ofstream(folder / name) << "x"; };
-  make(".marlune-tmp-orphan");
-  make(".marlune-tmp-live");
-  make(".other-tmp");
-  const int live = ::open((folder / ".marlune-tmp-live").c_str(), O_RDWR | O_CLOEXEC);
-  ASSERT_EQ(::flock(live, LOCK_EX), 0);
-  LinuxFileSystem files;
-  ASSERT_TRUE(files.write(folder.path(), folder / "file", "x", Durability::cache));
-  EXPECT_FALSE(std::filesystem::exists(folder / ".marlune-tmp-orphan"));
-  EXPECT_TRUE(std::filesystem::exists(folder / ".marlune-tmp-live"));
-  EXPECT_TRUE(std::filesystem::exists(folder / ".other-tmp"));
-  ::close(live);
-  ASSERT_TRUE(files.write(folder.path(), folder / "file", "y", Durability::cache));
-  EXPECT_TRUE(std::filesystem::exists(folder / ".marlune-tmp-live")) << "swept at the first write only";
-}
-
 TEST(LinuxFileSystemTest, aDiskThatFillsUpKeepsTheOldContent) {
   const TemporaryFolder folder;
   ASSERT_TRUE(LinuxFileSystem().write(folder.path(), folder / "file", "old", Durability::userData));
@@ -167,25 +147,6 @@ TEST(LinuxFileSystemTest, aDiskThatFillsUpKeepsTheOldContent) {
   EXPECT_EQ(LinuxFileSystem().read(folder / "file"), "old");
 }
 
-TEST(LinuxFileSystemTest, aFolderWithoutPermissionIsLeftAlone) {
-  const TemporaryFolder folder;
-  ASSERT_TRUE(LinuxFileSystem().write(folder.path(), folder / "file", "old", Durability::cache));
-  std::filesystem::permissions(folder.path(), std::filesystem::perms(0555));
-  const pid_t child = inChild([&] {
-    if (::geteuid() == 0 && ::setuid(65534) != 0) return 2;  // permissions do not bind the superuser
-    LinuxFileSystem files;
-    if (files.read(folder / "file") != "old") return 3;
-    if (files.write(folder.path(), folder / "file", "new", Durability::userData)) return 4;
-    if (files.write(folder / "sub", folder / "sub/file", "new", Durability::cache)) return 5;
-    if (files.remove(folder / "file") || files.move(folder / "file", folder.path(), folder / "moved"))
-      return 6;
-    return 0;
-  });
-  EXPECT_EQ(statusOf(child), 0);
-  std::filesystem::permissions(folder.path(), std::filesystem::perms(0755));
-  EXPECT_EQ(LinuxFileSystem().list(folder.path()), std::vector<std::string>{"file"});
-}
-
 TEST(LinuxFileSystemTest, readsRegularFilesUpToTheBound) {
   const TemporaryFolder folder;
   LinuxFileSystem files;
@@ -198,26 +159,6 @@ TEST(LinuxFileSystemTest, readsRegularFilesUpToTheBound) {
   EXPECT_EQ(files.read(folder / "large"), std::nullopt);
   std::filesystem::resize_file(folder / "large", bound);
   EXPECT_EQ(files.read(folder / "large")->size(), bound);
-}
-
-TEST(LinuxFileSystemTest, followsLinksToReadAndReplacesThemToWrite) {
-  const TemporaryFolder folder;
-  LinuxFileSystem files;
-  ASSERT_TRUE(files.write(folder.path(), folder / "target", "target", Durability::cache));
-  std::filesystem::create_symlink(folder / "target", folder / "link");
-  EXPECT_EQ(files.read(folder / "link"), "target");
-  ASSERT_TRUE(files.write(folder.path(), folder / "link", "own", Durability::cache));
-  EXPECT_EQ(files.read(folder / "link"), "own");
-  EXPECT_EQ(files.read(folder / "target"), "target");
-}
-
-TEST(LinuxFileSystemTest, permissionsFollowTheUsersMask) {
-  const TemporaryFolder folder;
-  const mode_t before = ::umask(027);
-  ASSERT_TRUE(LinuxFileSystem().write(folder / "sub", folder / "sub/file", "x", Durability::cache));
-  ::umask(before);
-  EXPECT_EQ(static_cast<int>(std::filesystem::status(folder / "sub/file").permissions()), 0640);
-  EXPECT_EQ(static_cast<int>(std::filesystem::status(folder / "sub").permissions()), 0750);
 }
 
 TEST(LinuxFileSystemTest, onlyAnOldChangeIsSettled) {

@@ -9,8 +9,6 @@
 #include <thread>
 #include <vector>
 
-#include "support/NotificationRecorder.h"
-
 namespace marlune::testing {
 namespace {
 
@@ -34,16 +32,6 @@ TEST_F(NotificationHubTest, callsObserversByNameInOrder) {
   third.reset();
   post("a");
   EXPECT_EQ(seen, (std::vector<std::string>{"1:a", "2:a", "3:a", "2:b", "1:a", "2:a"}));
-}
-
-TEST_F(NotificationHubTest, handsOverWhatWasPosted) {
-  NotificationRecorder recorder(*hub);
-  hub->post({"name", this, UserInfo{{"Date", 1.5}}});
-  const auto all = recorder.take();
-  ASSERT_EQ(all.size(), 1U);
-  EXPECT_EQ(all[0].object, this);
-  EXPECT_EQ(std::any_cast<double>(all[0].userInfo->at("Date")), 1.5);
-  EXPECT_TRUE(recorder.take().empty());
 }
 
 TEST_F(NotificationHubTest, observersMayPostObserveAndEnd) {

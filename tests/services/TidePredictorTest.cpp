@@ -2,16 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <chrono>
-#include <cmath>
-#include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <string>
 #include <vector>
 
 #include "services/Harmonics.h"
+#include "support/TemporaryFolder.h"
 
 namespace marlune::services {
 namespace {
@@ -25,7 +22,7 @@ std::int64_t startOf(int year) {
 
 struct Figures {
   const char* number;
-  const char* only;  // constituents, blank-separated with a blank at both ends; empty for all
+  std::string only;  // constituents, blank-separated with a blank at both ends; empty for all
   double seconds;    // how far apart times may be
   double feet;
   std::vector<TideExtreme> extremes;
@@ -35,68 +32,38 @@ struct Figures {
 // 20191229, in the middle of a year, where yearly and daily node factors meet. The last: NOAA CO-OPS,
 // published predictions of Astoria (Tongue Point) for 1 and 2 January 2020, whole minutes, from
 // constants newer than ours.
-const std::vector<Figures>& independentFigures() {
-  static const char* const eight = " M2 S2 N2 K1 O1 P1 Q1 K2 ";
-  static const std::vector<Figures> figures = {
-      {"9413450",
-       eight,
-       30,
-       0.01,
-       {{1782851283, 3.693, true},
-        {1782862975, 3.265, false},
-        {1782884893, 5.714, true},
-        {1782912950, -0.808, false},
-        {1782939289, 3.767, true},
-        {1782952030, 3.216, false},
-        {1782973445, 5.540, true},
-        {1783001183, -0.648, false},
-        {1783027203, 3.859, true},
-        {1783041403, 3.110, false}}},
-      {"9455920",
-       eight,
-       30,
-       0.02,
-       {{1782858808, 1.046, false},
-        {1782882192, 27.925, true},
-        {1782903033, 9.028, false},
-        {1782923963, 28.295, true},
-        {1782947317, 0.836, false},
-        {1782970627, 28.450, true},
-        {1782991655, 8.381, false},
-        {1783012655, 28.406, true},
-        {1783035835, 0.955, false}}},
-      {"8729840",
-       eight,
-       60,
-       0.01,
-       {{1782876621, -0.484, false},
-        {1782923822, 1.715, true},
-        {1782964765, -0.412, false},
-        {1783012787, 1.604, true},
-        {1783052840, -0.293, false}}},
-      {"9439040",
-       "",
-       120,
-       0.05,
-       {{1577886480, 7.858, true},
-        {1577907480, 3.421, false},
-        {1577927220, 7.109, true},
-        {1577950560, 1.530, false}}},
-  };
-  return figures;
-}
+const std::string kEight = " M2 S2 N2 K1 O1 P1 Q1 K2 ";
+// clang-format off
+const Figures kIndependentFigures[] = {
+    {"9413450", kEight, 30, 0.01,
+     {{1782851283, 3.693, true}, {1782862975, 3.265, false}, {1782884893, 5.714, true},
+      {1782912950, -0.808, false}, {1782939289, 3.767, true}, {1782952030, 3.216, false},
+      {1782973445, 5.540, true}, {1783001183, -0.648, false}, {1783027203, 3.859, true},
+      {1783041403, 3.110, false}}},
+    {"9455920", kEight, 30, 0.02,
+     {{1782858808, 1.046, false}, {1782882192, 27.925, true}, {1782903033, 9.028, false},
+      {1782923963, 28.295, true}, {1782947317, 0.836, false}, {1782970627, 28.450, true},
+      {1782991655, 8.381, false}, {1783012655, 28.406, true}, {1783035835, 0.955, false}}},
+    {"8729840", kEight, 60, 0.01,
+     {{1782876621, -0.484, false}, {1782923822, 1.715, true}, {1782964765, -0.412, false},
+      {1783012787, 1.604, true}, {1783052840, -0.293, false}}},
+    {"9439040", "", 120, 0.05,
+     {{1577886480, 7.858, true}, {1577907480, 3.421, false}, {1577927220, 7.109, true},
+      {1577950560, 1.530, false}}},
+};
+// clang-format on
 
 TEST(TidePredictor, agreesWithFiguresMadeByOthers) {
   const TidePredictor predictor(harmonics());
-  for (const Figures& figures : independentFigures()) {
+  for (const Figures& figures : kIndependentFigures) {
     SCOPED_TRACE(figures.number);
     const HarmonicStation* found = harmonics().tideStation(figures.number);
     ASSERT_NE(found, nullptr);
     HarmonicStation station = *found;
-    if (*figures.only != '\0') {
+    if (!figures.only.empty()) {
       std::erase_if(station.components, [&](const HarmonicComponent& component) {
         const std::string name = " " + harmonics().constituents()[component.constituent].name + " ";
-        return std::string(figures.only).find(name) == std::string::npos;
+        return figures.only.find(name) == std::string::npos;
       });
       ASSERT_EQ(station.components.size(), 8U);
     }
@@ -155,25 +122,6 @@ TEST(TidePredictor, answersThatMeetAreOneAnswer) {
   }
 }
 
-TEST(TidePredictor, theCurveIsSmoothAtTheTurnOfTheYear) {
-  const TidePredictor predictor(harmonics());
-  const HarmonicStation* station = harmonics().tideStation("8729840");
-  ASSERT_NE(station, nullptr);
-  for (const int year : {2026, 2027, 2035}) {
-    const std::int64_t turn = startOf(year);
-    double largest = 0;
-    for (std::int64_t t = turn - 2 * kDay; t < turn + 2 * kDay; t += 60) {
-      const double bend = predictor.level(*station, static_cast<double>(t - 60)) -
-                          2 * predictor.level(*station, static_cast<double>(t)) +
-                          predictor.level(*station, static_cast<double>(t + 60));
-      largest = std::max(largest, std::abs(bend));
-    }
-    // The station's own curve bends by less than this a minute; a step of a hundredth of a foot at the
-    // turn would show a hundred times as large.
-    EXPECT_LT(largest, 1e-4) << year;
-  }
-}
-
 TEST(TidePredictor, extremesAreTheCurvesOwn) {
   const TidePredictor predictor(harmonics());
   for (const char* number : {"9455920", "8729840"}) {
@@ -223,40 +171,28 @@ TEST(TidePredictor, offsetsThatCrossLeaveNoDisorder) {
   }
 }
 
-TEST(TidePredictor, goesOnBeyondTheTable) {
-  const TidePredictor predictor(harmonics());
-  const HarmonicStation* station = harmonics().tideStation("9413450");
-  const std::int64_t end = startOf(harmonics().lastYear() + 1);
-  const auto across = predictor.extremes(*station, end - 3 * kDay, end + 3 * kDay);
-  EXPECT_GE(across.size(), 21U);
-  EXPECT_LE(across.size(), 25U);
-}
-
 TEST(HarmonicDatabase, saysWhyAFileCannotBeUsed) {
-  const std::string folder = testing::TempDir();
-  const std::string good = HarmonicDatabase::installedFile();
-  const std::string truncated = folder + "marlune_truncated.tcd";
+  const marlune::testing::TemporaryFolder folder;
+  const std::string truncated = folder / "truncated.tcd";
   {
-    std::ifstream in(good, std::ios::binary);
+    std::ifstream in(HarmonicDatabase::installedFile(), std::ios::binary);
     std::string bytes(100000, '\0');
     in.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     std::ofstream(truncated, std::ios::binary) << bytes;
   }
-  const std::string other = folder + "marlune_other.tcd";
+  const std::string other = folder / "other.tcd";
   std::ofstream(other) << "no harmonics at all";
-  const std::array<std::pair<std::string, const char*>, 4> cases = {{
+  const std::pair<std::string, const char*> cases[] = {
       {"", "xtide-data"},
-      {folder + "marlune_absent.tcd", "cannot open"},
+      {folder / "absent.tcd", "cannot open"},
       {other, "no harmonics file"},
       {truncated, "damaged"},
-  }};
+  };
   for (const auto& [file, text] : cases) {
     std::string error;
     EXPECT_FALSE(HarmonicDatabase::load(file, error)) << file;
     EXPECT_NE(error.find(text), std::string::npos) << error;
   }
-  std::remove(truncated.c_str());
-  std::remove(other.c_str());
 }
 
 }  // namespace

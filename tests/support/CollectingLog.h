@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -16,20 +15,9 @@ class CollectingLog : public Log {
     const std::lock_guard lock(mutex_);
     lines_.emplace_back(text);
   }
-
   std::vector<std::string> lines() const {
     const std::lock_guard lock(mutex_);
     return lines_;
-  }
-  /// Is there a line that holds `part`?
-  bool contains(std::string_view part) const {
-    const auto all = lines();
-    return std::any_of(all.begin(), all.end(),
-                       [part](const auto& line) { return line.find(part) != std::string::npos; });
-  }
-  void clear() {
-    const std::lock_guard lock(mutex_);
-    lines_.clear();
   }
 
  private:

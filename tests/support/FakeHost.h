@@ -7,25 +7,20 @@
 #include "marlune/platform/Activity.h"
 #include "marlune/platform/Host.h"
 #include "marlune/platform/NotificationHub.h"
+#include "marlune/platform/linux/MainLoop.h"
+#include "marlune/platform/linux/PropertyListBundle.h"
 #include "support/CollectingLog.h"
 #include "support/FakeClock.h"
 #include "support/FakeHttpClient.h"
-#include "support/ManualExecutors.h"
-#include "support/ManualMainThread.h"
+#include "support/FakeResources.h"
 #include "support/MemoryFileSystem.h"
-#include "support/MemorySettings.h"
-#include "support/ProbedFileSystem.h"
 #include "support/TemporaryFolder.h"
 
 namespace marlune::testing {
 
 struct FakeHostOptions {
   enum class Files { inMemory, inTemporaryFolder };
-  enum class Work { onRealQueues, byTheTest };
-
   Files files = Files::inMemory;
-  Work executors = Work::onRealQueues;  ///< byTheTest: see FakeHost::jobs
-  FakeHttpClient::Delivery http = FakeHttpClient::Delivery::onOwnThread;
 };
 
 /// A host of fakes, each at hand under its own type. The thread that makes it is the main thread.
@@ -41,9 +36,8 @@ class FakeHost {
   /// The host of these fakes, as they are set at this moment.
   Host host() const;
 
-  /// Runs the main thread, the jobs and the answers that are the test's to run until nothing is queued,
-  /// running or to be delivered; false when that takes longer than any test should. Requests that are held
-  /// never come to an end by themselves.
+  /// Runs the main thread until nothing is queued, running or to be answered; false when that takes longer
+  /// than any test should. Requests that are held never come to an end by themselves.
   bool settle();
 
   /// The container of a group, for looking into it.
@@ -52,18 +46,14 @@ class FakeHost {
   std::shared_ptr<Activity> activity = std::make_shared<Activity>();
   std::unique_ptr<TemporaryFolder> folder;  ///< set when files lie in one
   std::shared_ptr<FakeClock> clock = std::make_shared<FakeClock>();
-  std::shared_ptr<MemoryFileSystem> memory;  ///< set when files lie in memory
-  std::shared_ptr<ProbedFileSystem> files;
+  std::shared_ptr<FileSystem> files;
   std::shared_ptr<Folders> folders;
-  std::shared_ptr<FakeBundle> application = std::make_shared<FakeBundle>();
+  std::shared_ptr<ApplicationBundle> application = std::make_shared<PropertyListBundle>(std::nullopt);
   std::shared_ptr<FakeResources> resources = std::make_shared<FakeResources>();
   std::shared_ptr<LibraryResources> otherResources;  ///< in place of `resources` when it is set
-  std::shared_ptr<FakeDefaults> userDefaults = std::make_shared<FakeDefaults>();
-  std::shared_ptr<FakeHttpClient> http;
+  std::shared_ptr<FakeHttpClient> http = std::make_shared<FakeHttpClient>(activity);
   std::optional<TimeZone> deviceTimeZone;  ///< UTC when it is not set
-  std::shared_ptr<ManualMainThread> mainThread;
-  std::shared_ptr<ManualExecutors> jobs;  ///< set when the test runs them
-  std::shared_ptr<ExecutorFactory> executors;
+  std::shared_ptr<MainLoop> mainThread = std::make_shared<MainLoop>(activity);
   std::shared_ptr<NotificationHub> notifications = std::make_shared<NotificationHub>();
   std::shared_ptr<CollectingLog> log = std::make_shared<CollectingLog>();
   DeploymentSettings settings;

@@ -3,13 +3,11 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
-#include <deque>
 #include <functional>
 #include <list>
 #include <map>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <thread>
 #include <utility>
 
@@ -37,10 +35,7 @@ struct FakeHttpClient::State {
     std::optional<HttpAnswer> answer;
   };
 
-  Delivery delivery = Delivery::onOwnThread;
   std::shared_ptr<Activity> activity;
-  std::function<void()> announce;
-
   mutable std::mutex mutex;
   mutable std::condition_variable changed;
   // Guarded by the mutex.
@@ -48,20 +43,13 @@ struct FakeHttpClient::State {
   std::list<Pending> due;
   std::vector<HttpRequest> requests;
   std::vector<std::string> unexpected;
-  std::map<std::string, HttpAnswer> script;
-  std::map<std::string, std::deque<HttpAnswer>> scriptOnce;
-  std::set<std::string> held;
+  std::map<std::string, std::optional<HttpAnswer>> script;  // nothing: held
   bool stopping = false;
   std::thread thread;
 
-  /// Requires the mutex: the answer that the script has for a new request.
+  /// Requires the mutex: the answer that a new request gets at once.
   std::optional<HttpAnswer> scripted(const std::string& url) {
-    if (auto& once = scriptOnce[url]; !once.empty()) {
-      HttpAnswer answer = std::move(once.front());
-      once.pop_front();
-      return answer;
-    }
-    if (held.contains(url)) return std::nullopt;
+    if (stopping) return failedAnswer("the client is being destroyed");
     if (const auto found = script.find(url); found != script.end()) return found->second;
     unexpected.push_back(url);
     return failedAnswer("no answer in the script for " + url);
@@ -69,44 +57,26 @@ struct FakeHttpClient::State {
 
   template <class Matches>
   bool settle(Matches matches, HttpAnswer answer) {
-    {
-      const std::lock_guard lock(mutex);
-      const auto found = std::find_if(open.begin(), open.end(), matches);
-      if (found == open.end()) return false;
-      found->answer = std::move(answer);
-      due.splice(due.end(), open, found);
-    }
-    tellDue();
+    const std::lock_guard lock(mutex);
+    const auto found = std::find_if(open.begin(), open.end(), matches);
+    if (found == open.end()) return false;
+    found->answer = std::move(answer);
+    due.splice(due.end(), open, found);
+    changed.notify_all();
     return true;
   }
 
-  void tellDue() const {
-    changed.notify_all();
-    if (announce) announce();
-  }
-
-  std::size_t deliverDue() {
-    std::size_t count = 0;
+  /// Completes what is due until it is told to stop and nothing is left.
+  void run() {
     while (true) {
       std::list<Pending> one;
       {
-        const std::lock_guard lock(mutex);
-        if (due.empty()) return count;
+        std::unique_lock lock(mutex);
+        changed.wait(lock, [this] { return stopping || !due.empty(); });
+        if (due.empty()) return;
         one.splice(one.end(), due, due.begin());
       }
       one.front().completion(std::move(*one.front().answer));
-      ++count;
-    }
-  }
-
-  void run() {
-    while (true) {
-      {
-        std::unique_lock lock(mutex);
-        changed.wait(lock, [this] { return stopping || !due.empty(); });
-        if (stopping && due.empty()) return;
-      }
-      deliverDue();
     }
   }
 };
@@ -124,12 +94,9 @@ class FakeTransfer : public HttpTransfer {
 
 }  // namespace
 
-FakeHttpClient::FakeHttpClient(Delivery delivery, std::shared_ptr<Activity> activity,
-                               std::function<void()> due)
-    : state_(std::make_shared<State>()) {
-  state_->delivery = delivery;
+FakeHttpClient::FakeHttpClient(std::shared_ptr<Activity> activity) : state_(std::make_shared<State>()) {
   state_->activity = std::move(activity);
-  state_->announce = std::move(due);
+  state_->thread = std::thread([state = state_.get()] { state->run(); });
 }
 
 FakeHttpClient::~FakeHttpClient() {
@@ -138,10 +105,9 @@ FakeHttpClient::~FakeHttpClient() {
     state_->stopping = true;
     for (auto& pending : state_->open) pending.answer = failedAnswer("the client is being destroyed");
     state_->due.splice(state_->due.end(), state_->open);
+    state_->changed.notify_all();
   }
-  state_->changed.notify_all();
-  if (state_->thread.joinable()) state_->thread.join();
-  state_->deliverDue();
+  state_->thread.join();
 }
 
 std::shared_ptr<HttpTransfer> FakeHttpClient::send(HttpRequest request, Completion completion) {
@@ -149,20 +115,13 @@ std::shared_ptr<HttpTransfer> FakeHttpClient::send(HttpRequest request, Completi
   pending.url = request.url;
   pending.piece = Activity::begin(state_->activity);
   pending.completion = std::move(completion);
-  std::size_t number = 0;
-  {
-    const std::lock_guard lock(state_->mutex);
-    number = pending.number = state_->requests.size();
-    state_->requests.push_back(std::move(request));
-    pending.answer =
-        state_->stopping ? failedAnswer("the client is being destroyed") : state_->scripted(pending.url);
-    auto& list = pending.answer ? state_->due : state_->open;
-    list.push_back(std::move(pending));
-    if (state_->delivery == Delivery::onOwnThread && !state_->thread.joinable() && !state_->stopping) {
-      state_->thread = std::thread([state = state_] { state->run(); });
-    }
-  }
-  state_->tellDue();
+  const std::lock_guard lock(state_->mutex);
+  const std::size_t number = pending.number = state_->requests.size();
+  state_->requests.push_back(std::move(request));
+  pending.answer = state_->scripted(pending.url);
+  auto& list = pending.answer ? state_->due : state_->open;
+  list.push_back(std::move(pending));
+  state_->changed.notify_all();
   return std::make_shared<FakeTransfer>([weak = std::weak_ptr<State>(state_), number] {
     if (const auto state = weak.lock()) {
       state->settle([number](const auto& one) { return one.number == number; }, failedAnswer("cancelled"));
@@ -172,26 +131,16 @@ std::shared_ptr<HttpTransfer> FakeHttpClient::send(HttpRequest request, Completi
 
 void FakeHttpClient::script(const std::string& url, HttpAnswer answer) {
   const std::lock_guard lock(state_->mutex);
-  state_->held.erase(url);
   state_->script[url] = std::move(answer);
-}
-
-void FakeHttpClient::scriptOnce(const std::string& url, HttpAnswer answer) {
-  const std::lock_guard lock(state_->mutex);
-  state_->scriptOnce[url].push_back(std::move(answer));
 }
 
 void FakeHttpClient::hold(const std::string& url) {
   const std::lock_guard lock(state_->mutex);
-  state_->held.insert(url);
+  state_->script[url] = std::nullopt;
 }
 
 bool FakeHttpClient::answer(const std::string& url, HttpAnswer answer) {
   return state_->settle([&url](const auto& one) { return one.url == url; }, std::move(answer));
-}
-
-std::size_t FakeHttpClient::deliver() {
-  return state_->deliverDue();
 }
 
 bool FakeHttpClient::waitForRequests(std::size_t count) const {
@@ -203,17 +152,6 @@ bool FakeHttpClient::waitForRequests(std::size_t count) const {
 std::vector<HttpRequest> FakeHttpClient::requests() const {
   const std::lock_guard lock(state_->mutex);
   return state_->requests;
-}
-
-std::size_t FakeHttpClient::requestCount(const std::string& url) const {
-  const std::lock_guard lock(state_->mutex);
-  return static_cast<std::size_t>(std::count_if(state_->requests.begin(), state_->requests.end(),
-                                                [&url](const auto& request) { return request.url == url; }));
-}
-
-std::size_t FakeHttpClient::openCount() const {
-  const std::lock_guard lock(state_->mutex);
-  return state_->open.size();
 }
 
 std::vector<std::string> FakeHttpClient::unexpected() const {

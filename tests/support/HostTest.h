@@ -20,19 +20,15 @@ class HostTest : public ::testing::Test {
   void TearDown() override;
 
   /// Announces log lines that hold `part`; at least one must come.
-  void expectLog(std::string part);
+  void expectLog(const std::string& part) { announcedLog_.emplace_back(part, true); }
   /// Announces log lines that hold `part`, should they come.
-  void allowLog(std::string part);
-  /// Announces requests that no script answers.
-  void allowUnscriptedRequests() { unscriptedRequestsAllowed_ = true; }
+  void allowLog(const std::string& part) { announcedLog_.emplace_back(part, false); }
 
   FakeHost fake;
   Completions completions;
 
  private:
-  std::vector<std::string> expectedLog_;
-  std::vector<std::string> allowedLog_;
-  bool unscriptedRequestsAllowed_ = false;
+  std::vector<std::pair<std::string, bool>> announcedLog_;
 };
 
 /// Fails the test for each temporary file in `folder` or below.

@@ -40,7 +40,6 @@ bool MemoryFileSystem::write(const std::string& folder, const std::string& path,
                              Durability) {
   const std::lock_guard lock(mutex_);
   if (!isWithin(folder, path) || !isFree(folder, path)) return false;
-  if (budget_ && used() + bytes.size() > *budget_) return false;
   File& file = files_[path];
   file.bytes = bytes;
   file.identity.device = 1;
@@ -84,11 +83,6 @@ std::optional<std::vector<std::string>> MemoryFileSystem::list(const std::string
   return names;
 }
 
-void MemoryFileSystem::setBudget(std::optional<std::size_t> bytes) {
-  const std::lock_guard lock(mutex_);
-  budget_ = bytes;
-}
-
 bool MemoryFileSystem::makeFolders(const std::string& folder) {
   if (folders_.contains(folder)) return true;
   if (files_.contains(folder) || !makeFolders(parentOf(folder))) return false;
@@ -99,12 +93,6 @@ bool MemoryFileSystem::makeFolders(const std::string& folder) {
 /// Can a file be put at `path`? Makes `folder` on the way.
 bool MemoryFileSystem::isFree(const std::string& folder, const std::string& path) {
   return makeFolders(folder) && folders_.contains(parentOf(path)) && !folders_.contains(path);
-}
-
-std::size_t MemoryFileSystem::used() const {
-  std::size_t total = 0;
-  for (const auto& [path, file] : files_) total += file.bytes.size();
-  return total;
 }
 
 }  // namespace marlune::testing

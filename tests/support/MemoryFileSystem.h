@@ -11,8 +11,8 @@
 
 namespace marlune::testing {
 
-/// A file system in memory, with a budget of bytes to try a full disk. Every path is absolute and every
-/// change gives a new identity. Safe from any thread.
+/// A file system in memory. Every path is absolute and every change gives a new identity. Safe from any
+/// thread.
 class MemoryFileSystem : public FileSystem {
  public:
   explicit MemoryFileSystem(std::shared_ptr<Clock> clock = nullptr);
@@ -26,9 +26,6 @@ class MemoryFileSystem : public FileSystem {
   bool move(const std::string& from, const std::string& folder, const std::string& to) override;
   std::optional<std::vector<std::string>> list(const std::string& folder) override;
 
-  /// Bytes that all files together may take, the one being written beside the one it replaces.
-  void setBudget(std::optional<std::size_t> bytes);
-
  private:
   struct File {
     Bytes bytes;
@@ -37,14 +34,12 @@ class MemoryFileSystem : public FileSystem {
 
   bool makeFolders(const std::string& folder);
   bool isFree(const std::string& folder, const std::string& path);
-  std::size_t used() const;
 
   const std::shared_ptr<Clock> clock_;
   std::mutex mutex_;
   // Guarded by the mutex.
   std::map<std::string, File> files_;
   std::set<std::string> folders_{"/"};
-  std::optional<std::size_t> budget_;
   std::int64_t changes_ = 0;
 };
 

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <algorithm>
 #include <mutex>
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -19,19 +17,6 @@ class NotificationRecorder {
           seen_.push_back(notification);
         })) {}
 
-  std::vector<Notification> all() const {
-    const std::lock_guard lock(mutex_);
-    return seen_;
-  }
-  std::vector<std::string> names() const {
-    std::vector<std::string> names;
-    for (const auto& notification : all()) names.push_back(notification.name);
-    return names;
-  }
-  std::size_t count(const std::string& name) const {
-    const auto seen = names();
-    return static_cast<std::size_t>(std::count(seen.begin(), seen.end(), name));
-  }
   /// What came since the last time.
   std::vector<Notification> take() {
     const std::lock_guard lock(mutex_);
@@ -39,7 +24,7 @@ class NotificationRecorder {
   }
 
  private:
-  mutable std::mutex mutex_;
+  std::mutex mutex_;
   std::vector<Notification> seen_;               // guarded by the mutex
   NotificationCenter::Observation observation_;  // last: ends before what it writes to
 };

@@ -85,8 +85,9 @@ std::shared_ptr<Jobs::Job> Jobs::launch(Call call) {
   job->piece = Activity::begin(session_.activity());
   auto body = [this, job] {
     job->outcome = perform(context_, job->call);
-    job->done = true;
+    // First, so that the work of a command that has ended is not taken for work under way.
     job->piece.reset();
+    job->done = true;
     session_.loop().wake();
   };
   if (job->call.mayWaitForNetwork()) {

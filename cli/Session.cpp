@@ -23,13 +23,19 @@ std::string absolutePath(const std::optional<std::string>& path) {
   return text;
 }
 
-/// The base address of the services, which are up and running.
+/// Starts the services on the catalogue in use, or on the library's own where that folder has none; their
+/// base address.
 std::string startServices(std::unique_ptr<services::LocalServices>& services, const std::string& resources) {
-  services = std::make_unique<services::LocalServices>(
-      services::LocalServices::Options{.resourcesFolder = resources, .harmonicsFile = {}, .port = 0});
-  std::string address = services->start();
-  if (address.empty()) throw Failure("the local services did not start: " + services->error());
-  return address;
+  std::string error;
+  for (const std::string& folder : {resources, std::string()}) {
+    services::LocalServices::Options options;
+    options.resourcesFolder = folder;
+    services = std::make_unique<services::LocalServices>(std::move(options));
+    std::string address = services->start();
+    if (!address.empty()) return address;
+    if (error.empty()) error = services->error();
+  }
+  throw Failure("the local services did not start: " + error);
 }
 
 }  // namespace

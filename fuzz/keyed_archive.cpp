@@ -25,6 +25,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   if (stations.size() > 1000) return 0;  // one record may be listed very often
   std::vector<KeyedArchiver::Object> objects;
+  objects.reserve(stations.size());
   for (const auto& station : stations) objects.push_back(KeyedArchiver::object("TideStation", station));
   const auto bytes = KeyedArchiver::archiveList(objects);
   MARLUNE_FUZZ_REQUIRE(bytes);

@@ -1,5 +1,7 @@
 #include "marlune/platform/XmlReader.h"
 
+// Makes the header declare the bounds on entities, which every packaged build of the library has.
+#define XML_DTD
 #include <expat.h>
 #include <fmt/core.h>
 
@@ -9,6 +11,15 @@
 namespace marlune {
 
 namespace {
+
+// A document may be made larger by the entities that it declares, but not by much: no document of ours
+// declares any.
+constexpr float mostAmplification = 8.0F;
+constexpr unsigned long long amplificationCountedFrom = 1U << 20U;
+
+// Default attributes are added to every element of their kind, so that a few bytes an element could cost any
+// amount of work.
+constexpr int mostDefaultAttributes = 16;
 
 // Code points of the bytes 0x80 to 0x9F in Windows-1252; -1 where no character is assigned. All other
 // bytes stand for themselves. Source: the mapping table that the Unicode consortium publishes for cp1252.
@@ -55,6 +66,10 @@ class XmlReading {
     of(self).text_.append(text, static_cast<std::size_t>(length));
   }
   static void XMLCALL onBoundary(void* self, const XML_Char*) { of(self).flushText(); }
+  static void XMLCALL onAttributeDeclaration(void* self, const XML_Char*, const XML_Char*, const XML_Char*,
+                                             const XML_Char*, int) {
+    if (++of(self).declared_ > mostDefaultAttributes) of(self).stop("too many attributes are declared");
+  }
   static void XMLCALL onInstruction(void* self, const XML_Char*, const XML_Char*) { of(self).flushText(); }
 
   const char* failure() const { return failure_; }
@@ -62,15 +77,18 @@ class XmlReading {
   void start(std::string_view name, const XmlAttributes& attributes) {
     flushText();
     if (++depth_ > XmlReader::maximumDepth) {
-      failure_ = "elements are nested too deeply";
-      XML_StopParser(parser_, XML_FALSE);
-      return;
+      return stop("elements are nested too deeply");
     }
     handler_.startElement(name, attributes);
   }
 
  private:
   static XmlReading& of(void* self) { return *static_cast<XmlReading*>(self); }
+
+  void stop(const char* failure) {
+    failure_ = failure;
+    XML_StopParser(parser_, XML_FALSE);
+  }
 
   void end(std::string_view name) {
     --depth_;
@@ -89,6 +107,7 @@ class XmlReading {
   XmlHandler& handler_;
   std::string text_;
   std::size_t depth_ = 0;
+  int declared_ = 0;
   const char* failure_ = nullptr;
 };
 
@@ -104,6 +123,9 @@ std::optional<std::string> XmlReader::read(std::string_view document, XmlHandler
   };
   XmlReading reading(parser.get(), handler);
   XML_SetUserData(parser.get(), &reading);
+  XML_SetBillionLaughsAttackProtectionMaximumAmplification(parser.get(), mostAmplification);
+  XML_SetBillionLaughsAttackProtectionActivationThreshold(parser.get(), amplificationCountedFrom);
+  XML_SetAttlistDeclHandler(parser.get(), XmlReading::onAttributeDeclaration);
   XML_SetUnknownEncodingHandler(parser.get(), otherEncoding, nullptr);
   // The depth needs the ends in any case; the rest costs more and only some handlers look at it.
   const bool content = handler.wantsContent();

@@ -75,21 +75,35 @@ class FreshContainers {
   int used_ = 0;
 };
 
+// The least that puts `months` month files of the usual size in place, whole.
+bool writePlainly(const std::string& folder, int months) {
+  static const Bytes bytes = TideEventDiskCache::encode({yearEvents().begin(), yearEvents().begin() + 124});
+  bool fine = true;
+  for (int month = 1; month <= months; ++month) {
+    const std::string temporary = folder + "/.tmp" + std::to_string(month);
+    const std::string name = folder + "/tcache_398997177_2026_" + std::to_string(month) + ".bin";
+    const int file = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    fine = ::write(file, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()) && fine;
+    fine = ::close(file) == 0 && ::rename(temporary.c_str(), name.c_str()) == 0 && fine;
+  }
+  return fine;
+}
+
 void addMonthsOfFile(const std::string& where, const std::string& parent) {
   const auto containers = std::make_shared<FreshContainers>(parent);
   if (!containers->exist()) return;
   const auto place = station();
   const auto setting = std::make_shared<std::unique_ptr<Setting>>();
   const auto renew = [=] { *setting = std::make_unique<Setting>(containers->next()); };
-  const auto populate = [=](int months) {
+  const auto populate = [=](int first, int last) {
     bool all = true;
-    for (int month = 1; month <= months; ++month) {
+    for (int month = first; month <= last; ++month) {
       all = (*setting)->provider->populateCacheForStation(place, year, month) && all;
     }
     return all;
   };
   renew();
-  require(populate(12), "twelve months of a year file");
+  require(populate(1, 12), "twelve months of a year file");
   for (int month = 1; month <= 12; ++month) {
     const auto list = (*setting)->provider->getTideData(stationId, year, month);
     require(list && list->size() > 100, "a month is missing");
@@ -97,9 +111,31 @@ void addMonthsOfFile(const std::string& where, const std::string& parent) {
             "a month file is missing");
   }
   addPair({.name = "twelve months of a year file, " + where,
-           .library = {.run = [=] { populate(12); }, .prepare = renew, .runs = 5},
-           .reference = {.run = [=] { populate(1); }, .prepare = renew, .runs = 5},
+           .library = {.run = [=] { populate(1, 12); }, .prepare = renew, .runs = 5},
+           .reference = {.run = [=] { populate(1, 1); }, .prepare = renew, .runs = 5},
            .ratioAtMost = 1.5});
+
+  // What of that is the file system's: the other eleven months beside the writing of eleven files.
+  const auto folder = std::make_shared<std::string>();
+  const auto enter = [=] { *folder = *(*setting)->host.folders->container(kGroupContainerName); };
+  renew();
+  enter();
+  require(writePlainly(*folder, 11), "eleven files written plainly");
+  addPair({.name = "its last eleven months, " + where,
+           .library = {.run = [=] { populate(2, 12); },
+                       .prepare =
+                           [=] {
+                             renew();
+                             populate(1, 1);
+                           },
+                       .runs = 5},
+           .reference = {.run = [=] { writePlainly(*folder, 11); },
+                         .prepare =
+                             [=] {
+                               renew();
+                               enter();
+                             },
+                         .runs = 5}});
 }
 
 bool readPlainly(const char* path, std::array<char, 8192>& buffer) {

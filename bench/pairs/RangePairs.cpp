@@ -50,7 +50,7 @@ void addRangePairs() {
   const auto place = station();
   // Two months by name, of which the middle four weeks are asked for.
   constexpr std::int64_t begin = 1'773'532'800;  // 2026-03-15 00:00 UTC
-  constexpr std::int64_t end = begin + 28 * 86'400;
+  constexpr std::int64_t end = begin + std::int64_t{28} * 86'400;
   const auto sorted = std::make_shared<const Events>(yearEvents());
   const Events expected = rangeOf(*sorted, begin, end);
   require(expected.size() > 100, "four weeks of events");
@@ -62,7 +62,7 @@ void addRangePairs() {
 
   // The whole of both months, the most that one query gives.
   constexpr std::int64_t wideBegin = 1'772'352'000;  // 2026-03-01 00:00 at the station
-  constexpr std::int64_t wideEnd = wideBegin + (31 + 30) * 86'400 - 3601;
+  constexpr std::int64_t wideEnd = wideBegin + std::int64_t{31 + 30} * 86'400 - 3601;
   const auto wide = [=] { return setting->provider->getTideDataByTimestamp(place, wideBegin, wideEnd); };
   checkRange(wide, rangeOf(*sorted, wideBegin, wideEnd));
 

@@ -20,7 +20,7 @@ using namespace marlune::bench;
 constexpr int runsOfEach = 400;
 constexpr double ratioAtMost = 1.5;
 constexpr std::int64_t begin = 1'772'668'800;  // 2026-03-05 00:00 UTC
-constexpr std::int64_t end = begin + 14 * 86'400;
+constexpr std::int64_t end = begin + std::int64_t{14} * 86'400;
 
 struct Side {
   const char* name;

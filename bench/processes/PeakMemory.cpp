@@ -16,7 +16,7 @@ namespace {
 using namespace marlune;
 using namespace marlune::bench;
 
-constexpr int stations = 10;
+constexpr std::size_t stations = 10;
 constexpr double mebibytesAtMost = 24;
 
 // The first stations of the catalogue.

@@ -59,7 +59,7 @@ std::optional<std::int64_t> utcMinute(std::string_view text) {
                                          std::chrono::day{static_cast<unsigned>(*day)}};
   if (!date.ok()) return std::nullopt;
   const std::int64_t days = std::chrono::sys_days{date}.time_since_epoch().count();
-  return days * 86400 + *hour * 3600 + *minute * 60;
+  return days * 86400 + std::int64_t{*hour} * 3600 + std::int64_t{*minute} * 60;
 }
 
 }  // namespace

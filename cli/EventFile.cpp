@@ -101,7 +101,7 @@ EventSource::Fetch parseFetch(const std::string& word) {
 
 }  // namespace
 
-std::string readFile(const std::string& path) {
+std::string readFile(const std::string& path, AtLimit atLimit) {
   const auto fail = [&](const std::string& why) {
     return Failure(fmt::format("cannot read {}: {}", path, why));
   };
@@ -117,7 +117,7 @@ std::string readFile(const std::string& path) {
   const int error = count < 0 ? errno : 0;
   ::close(file);
   if (error != 0) throw fail(reason(error));
-  if (bytes.size() > kLargestFile) throw fail("it is larger than 64 MiB");
+  if (bytes.size() > kLargestFile && atLimit == AtLimit::fail) throw fail("it is larger than 64 MiB");
   return bytes;
 }
 

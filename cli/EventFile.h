@@ -17,8 +17,10 @@ EventSource readEventSource(const std::string& word);
 /// what the text then calls the file.
 std::vector<TideEvent> parseEvents(std::string_view json, std::string_view name);
 
-/// The bytes of a file. Throws Failure, with the system's reason, when it cannot be read or is larger than
-/// 64 MiB.
-std::string readFile(const std::string& path);
+/// What becomes of a file of more than 64 MiB.
+enum class AtLimit { fail, cut };
+
+/// The bytes of a file. Throws Failure, with the system's reason, when it cannot be read.
+std::string readFile(const std::string& path, AtLimit atLimit = AtLimit::fail);
 
 }  // namespace marlune::cli

@@ -109,7 +109,8 @@ Answer file(Context& context, const Call& call) {
 }
 
 Answer parse(Context& context, const Call& call) {
-  const Data bytes = makeData(readFile(call.text(0)));
+  // Cut where no document of the library's goes on, so that a larger file is no document either.
+  const Data bytes = makeData(readFile(call.text(0), AtLimit::cut));
   const auto place = stationOf(context.session, call.text(1));
   auto found = provider(context).getHighLowTideDataFromNSData(bytes, place, call.integer(2), call.month(3));
   return answerOf(std::move(found), readingOf(context.session, place),

@@ -45,7 +45,7 @@ TEST(JsonWriterTest, NumbersReadBackAndTextsAreValid) {
     return json.take();
   };
   EXPECT_EQ(number(0.1 + 0.2), "0.30000000000000004");
-  EXPECT_EQ(number(-0.0), "-0");
+  EXPECT_EQ(number(-0.0), "-0.0");
   EXPECT_EQ(number(std::nan("")), "null");
 
   const std::string replacement = "\xEF\xBF\xBD";

@@ -81,7 +81,7 @@ Chart chartOf(const std::vector<double>& levels) {
   for (const double level : levels) {
     chart.events.emplace_back(time, level, chart.events.size() % 2 == 0);
     chart.line.push_back({time, level});
-    time += 6 * 3600;
+    time += std::int64_t{6} * 3600;
   }
   return chart;
 }

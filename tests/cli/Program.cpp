@@ -10,8 +10,6 @@
 #include <csignal>
 #include <stdexcept>
 
-extern char** environ;
-
 namespace marlune::testing {
 
 Program::Program(const std::vector<std::string>& arguments) {
@@ -23,6 +21,7 @@ Program::Program(const std::vector<std::string>& arguments) {
   std::vector<std::string> words = {MARLUNE_COMMAND};
   words.insert(words.end(), arguments.begin(), arguments.end());
   std::vector<char*> pointers;
+  pointers.reserve(words.size() + 1);
   for (auto& word : words) pointers.push_back(word.data());
   pointers.push_back(nullptr);
   posix_spawn_file_actions_t actions;

@@ -85,15 +85,16 @@ TEST_P(HttpClientContract, answersLaterOnAnotherThread) {
   std::thread::id thread;
   {
     const std::lock_guard lock(mutex);  // a completion inside send() would wait for this for ever
-    subject.client->send({.url = subject.answered}, [&, done = completions.once("send")](HttpAnswer answer) {
-      const std::lock_guard completing(mutex);
-      thread = std::this_thread::get_id();
-      EXPECT_EQ(answer.error, "");
-      EXPECT_EQ(answer.status, 200);
-      ASSERT_TRUE(answer.body);
-      EXPECT_EQ(*answer.body, "hello");
-      done();
-    });
+    subject.client->send({.url = subject.answered},
+                         [&, done = completions.once("send")](const HttpAnswer& answer) {
+                           const std::lock_guard completing(mutex);
+                           thread = std::this_thread::get_id();
+                           EXPECT_EQ(answer.error, "");
+                           EXPECT_EQ(answer.status, 200);
+                           ASSERT_TRUE(answer.body);
+                           EXPECT_EQ(*answer.body, "hello");
+                           done();
+                         });
   }
   EXPECT_TRUE(completions.wait());
   EXPECT_TRUE(activity->waitUntilIdle(longerThanAnyTest));
@@ -102,16 +103,16 @@ TEST_P(HttpClientContract, answersLaterOnAnotherThread) {
 }
 
 TEST_P(HttpClientContract, cancelsOneRequestAndNotTheOthers) {
-  std::vector<std::shared_ptr<HttpTransfer>> transfers;
+  std::vector<std::shared_ptr<HttpTransfer>> transfers(4);
   std::atomic<int> failed = 0;
-  for (int i = 0; i < 4; ++i) {
-    transfers.push_back(subject.client->send({.url = subject.silent},
-                                             [&, done = completions.once("silent")](HttpAnswer answer) {
-                                               EXPECT_NE(answer.error, "");
-                                               EXPECT_EQ(answer.body, nullptr);
-                                               ++failed;
-                                               done();
-                                             }));
+  for (auto& transfer : transfers) {
+    transfer = subject.client->send({.url = subject.silent},
+                                    [&, done = completions.once("silent")](const HttpAnswer& answer) {
+                                      EXPECT_NE(answer.error, "");
+                                      EXPECT_EQ(answer.body, nullptr);
+                                      ++failed;
+                                      done();
+                                    });
   }
   EXPECT_EQ(get(*subject.client, subject.answered).error, "");
   EXPECT_EQ(failed, 0);
@@ -130,11 +131,12 @@ TEST_P(HttpClientContract, destructionCompletesEveryRequest) {
   std::vector<std::shared_ptr<HttpTransfer>> transfers;
   for (int i = 0; i < 20; ++i) {
     const bool silent = i % 2 == 0;
-    transfers.push_back(subject.client->send({.url = silent ? subject.silent : subject.answered},
-                                             [silent, done = completions.once("request")](HttpAnswer answer) {
-                                               EXPECT_TRUE(!silent || !answer.error.empty());
-                                               done();
-                                             }));
+    transfers.push_back(
+        subject.client->send({.url = silent ? subject.silent : subject.answered},
+                             [silent, done = completions.once("request")](const HttpAnswer& answer) {
+                               EXPECT_TRUE(!silent || !answer.error.empty());
+                               done();
+                             }));
   }
   subject.client.reset();
   completions.verify();
@@ -167,7 +169,7 @@ TEST_P(HttpClientContract, manyThreadsSendAndCancel) {
         const bool silent = random() % 2 == 0;
         const auto transfer =
             subject.client->send({.url = silent ? subject.silent : subject.answered},
-                                 [done = completions.once("request")](HttpAnswer) { done(); });
+                                 [done = completions.once("request")](const HttpAnswer&) { done(); });
         if (silent || random() % 2 == 0) transfer->cancel();
       }
     });

@@ -91,12 +91,10 @@ TEST_F(NotificationHubTest, endingWaitsForACallOnAnotherThread) {
 
 TEST_F(NotificationHubTest, neverCallsAnObserverAfterItsEnd) {
   std::atomic<bool> stop = false;
-  std::vector<std::thread> posters;
-  for (int i = 0; i < 2; ++i) {
-    posters.emplace_back([&] {
-      while (!stop) post("a");
-    });
-  }
+  const auto postOn = [&] {
+    while (!stop) post("a");
+  };
+  std::thread posters[] = {std::thread(postOn), std::thread(postOn)};
   for (int round = 0; round < 300; ++round) {
     auto alive = std::make_unique<std::atomic<int>>(0);
     auto observation = hub->observe("a", [target = alive.get()](const Notification&) { ++*target; });

@@ -168,7 +168,8 @@ TEST(BinaryPropertyList, DepthIsBounded) {
     EXPECT_FALSE(write(nested(PropertyList::maximumDepth)));
   }
   std::string arrays;
-  for (std::size_t i = 0; i < PropertyList::maximumDepth; ++i) arrays = "<array>" + arrays + "</array>";
+  for (std::size_t i = 0; i < PropertyList::maximumDepth; ++i)
+    arrays = fmt::format("<array>{}</array>", arrays);
   EXPECT_FALSE(readPropertyList(xml(arrays)));
 }
 

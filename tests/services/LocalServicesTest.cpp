@@ -1,5 +1,6 @@
 #include "services/LocalServices.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <charconv>
@@ -69,8 +70,8 @@ TEST_F(LocalServicesTest, yearsOfAStationMeetWithoutGapOrOverlap) {
       {"398997177", 8 * 3600}, {"401630000", -10 * 3600}, {"409455920", 9 * 3600}, {"408729840", 6 * 3600}};
   for (const auto& [id, midnight] : midnights) {
     SCOPED_TRACE(id);
-    const std::string first = get(kTideApi + "&year=2025&id=" + id).text();
-    const std::string second = get(kTideApi + "&year=2026&id=" + id).text();
+    const std::string first = get(fmt::format("{}&year=2025&id={}", kTideApi, id)).text();
+    const std::string second = get(fmt::format("{}&year=2026&id={}", kTideApi, id)).text();
     const auto before = timesOf(first);
     const auto after = timesOf(second);
     ASSERT_FALSE(before.empty() || after.empty());
@@ -188,9 +189,9 @@ TEST_F(LocalServicesTest, stoppingEndsWhateverIsUnderWay) {
   faults.add({.kind = Fault::Kind::hold, .match = "/held"});
   faults.add({.delay = 1h, .match = "/delayed"});
   CurlHttpClient client;
-  std::vector<std::future<Received>> answers;
-  for (const char* target : {"/silent", "/held", "/delayed"})
-    answers.push_back(send(client, services.address() + target));
+  std::future<Received> answers[] = {send(client, services.address() + "/silent"),
+                                     send(client, services.address() + "/held"),
+                                     send(client, services.address() + "/delayed")};
   ASSERT_TRUE(faults.waitForRequests(3, "", 20s));
   const std::string address = services.address();
   services.stop();

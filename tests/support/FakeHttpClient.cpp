@@ -55,8 +55,7 @@ struct FakeHttpClient::State {
     return failedAnswer("no answer in the script for " + url);
   }
 
-  template <class Matches>
-  bool settle(Matches matches, HttpAnswer answer) {
+  bool settle(const std::function<bool(const Pending&)>& matches, HttpAnswer answer) {
     const std::lock_guard lock(mutex);
     const auto found = std::find_if(open.begin(), open.end(), matches);
     if (found == open.end()) return false;

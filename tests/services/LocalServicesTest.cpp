@@ -157,8 +157,8 @@ TEST_F(LocalServicesTest, aHeldRequestWaitsForItsReleaseAloneAndOthersGoOn) {
   CurlHttpClient client;
   auto held = send(client, services.address() + "/held");
   ASSERT_TRUE(faults.waitForRequests(1, "/held", 20s));
-  std::vector<std::future<Received>> others;
-  for (int i = 0; i < 8; ++i) others.push_back(send(client, services.address() + kYear));
+  std::vector<std::future<Received>> others(8);
+  for (auto& other : others) other = send(client, services.address() + kYear);
   for (auto& other : others) EXPECT_GT(other.get().text().size(), 50000U);
   EXPECT_EQ(held.wait_for(0s), std::future_status::timeout);
   faults.release();

@@ -132,13 +132,16 @@ void runShell(Jobs& jobs) {
   jobs.context().inShell = true;
   LineReader reader(session.loop());
   const Prompt prompt(session);
+  bool first = true;
   while (!jobs.context().quit) {
     prompt.show();
     session.loop().runUntil([&] {
       if (!reader.ready() && !session.news().empty()) prompt.showArrivals();
       return reader.ready();
     });
-    const auto line = reader.take();
+    auto line = reader.take();
+    // Some editors begin a file with a byte-order mark.
+    if (std::exchange(first, false) && line && line->starts_with("\xEF\xBB\xBF")) line->erase(0, 3);
     if (!line) {
       if (prompt.isShown()) writeAll(STDERR_FILENO, "\n");
       return;

@@ -141,8 +141,9 @@ std::optional<TideDataProvider::Events> TideDataProvider::tideEventsForStation(c
     const std::string fileName = fileNameForStation(*station->stationId, year);
     const bool onDisk = loadMonthFromContainer(station, fileName, year, month, events) ||
                         loadMonthFromDocuments(station, fileName, year, month, events);
-    // A file that cannot be read as a document is as good as none; left alone it would never be mended.
-    if (!onDisk || !events) {
+    // A file without a single event of the month is as good as none: an error page that was large enough to
+    // be kept would otherwise stay for ever.
+    if (!onDisk || !events || events->empty()) {
       loadDataAtURL(getTideDataEndpointForStation(station, year), fileName, [&](const Data& data) {
         if (!data || data->size() < bytesToUseDownload) return;
         events = getHighLowTideDataFromNSData(data, station, year, month);

@@ -140,14 +140,18 @@ TEST_F(YearFilesTest, EventsAreDownloadedWhereNoFileIs) {
   EXPECT_FALSE(kept(2025));
 }
 
-TEST_F(YearFilesTest, AYearFileThatIsNoDocumentIsFetchedAgain) {
-  keep(2024, padded(3000) + "<error page");
-  fake.http->script(address(2024), testing::answerOf("short"));
-  expectLog("[TideDataCache] Error: Nil parameter passed to addTideData");
+TEST_F(YearFilesTest, AYearFileThatHoldsNothingIsFetchedAgain) {
+  allowLog("[TideDataCache] Error: Nil parameter passed to addTideData");
   const auto whole = [&] { return provider->tideEventsForStation(station, 2024, 5, 0, at(2025, 1, 1)); };
-  EXPECT_FALSE(whole());
-  fake.http->script(address(2024), testing::answerOf(document(2024, 30)));
-  EXPECT_EQ(whole()->size(), 30U);
+  for (const std::string& page : {padded(3000) + "<error page", padded(3000)}) {
+    provider->clearCache();
+    keep(2024, page);
+    fake.http->script(address(2024), testing::answerOf("short"));
+    EXPECT_FALSE(whole());
+    EXPECT_EQ(*kept(2024), page) << "a failed download replaces nothing";
+    fake.http->script(address(2024), testing::answerOf(document(2024, 30)));
+    EXPECT_EQ(whole()->size(), 30U);
+  }
 }
 
 TEST_F(YearFilesTest, RangesLookAtTheTwoMonthsOfTheirEnds) {

@@ -53,7 +53,7 @@ TideDataProvider::StationPtr TideDataProvider::parseLineFromStationFile(std::str
 TideDataProvider::StationPtr TideDataProvider::loadStationDataForStationId(std::string_view stationId) {
   const auto text = readStationFile();
   if (!text) return nullptr;
-  const auto station = station_file::stationOf(*text, stationId);
+  auto station = station_file::stationOf(*text, stationId);
   if (station) _cache.addStationsToCache({station});
   return station;
 }

@@ -158,12 +158,13 @@ void TideDataProvider::fetchTideEventsForStation(const StationPtr& station, Date
   auto events = getTideDataByTimestamp(station, wholeSecondsOf(from), wholeSecondsOf(to));
   if (events && events->size() > 1) return completion(std::move(events));
 
-  fetcher_->fetch(getTideDataEndpointForStation(station, fromYear),
-                  [this, scope = work_, station, from, to, done = std::move(completion)](Data data) mutable {
-                    const auto entered = WorkScope::enter(scope);
-                    if (!entered || !data || data->size() < bytesOfRangeTransfer) return done(std::nullopt);
-                    finishRangeFetch(station, from, to, data, std::move(done));
-                  });
+  fetcher_->fetch(
+      getTideDataEndpointForStation(station, fromYear),
+      [this, scope = work_, station, from, to, done = std::move(completion)](const Data& data) mutable {
+        const auto entered = WorkScope::enter(scope);
+        if (!entered || !data || data->size() < bytesOfRangeTransfer) return done(std::nullopt);
+        finishRangeFetch(station, from, to, data, std::move(done));
+      });
 }
 
 void TideDataProvider::prefetchYear(const StationPtr& station, std::int64_t year,

@@ -117,7 +117,7 @@ std::vector<TideEvent> levelsBetween(const TideEvent& start, const TideEvent& en
 }
 
 std::optional<CurvePoints> pointsByDate(const std::vector<TideEvent>& events, std::int64_t interval,
-                                        std::shared_ptr<const std::string> stationName) {
+                                        const std::shared_ptr<const std::string>& stationName) {
   if (events.size() < 2) return std::nullopt;
   std::int64_t t = events.front().timestamp;
   const std::int64_t last = events.back().timestamp;
@@ -140,7 +140,7 @@ std::optional<CurvePoints> pointsByDate(const std::vector<TideEvent>& events, st
 
 std::optional<std::vector<CurvePoint>> orderedPoints(const std::vector<TideEvent>& events,
                                                      std::int64_t interval,
-                                                     std::shared_ptr<const std::string> stationName,
+                                                     const std::shared_ptr<const std::string>& stationName,
                                                      Date after, std::int64_t maxCount) {
   if (events.size() < 2) return std::nullopt;
   std::vector<TideEvent> sorted = events;

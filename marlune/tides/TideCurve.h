@@ -73,13 +73,13 @@ MARLUNE_API std::vector<TideEvent> levelsBetween(const TideEvent& start, const T
 /// fewer than two events; empty when the interval is not positive.
 MARLUNE_API std::optional<CurvePoints> pointsByDate(const std::vector<TideEvent>& events,
                                                     std::int64_t interval,
-                                                    std::shared_ptr<const std::string> stationName);
+                                                    const std::shared_ptr<const std::string>& stationName);
 
 /// As pointsByDate, over a sorted copy, from `after` on (inclusive) and at most `maxCount` of them, each with
 /// the event before it. Points before `after` are stepped over and not counted.
 MARLUNE_API std::optional<std::vector<CurvePoint>> orderedPoints(
     const std::vector<TideEvent>& events, std::int64_t interval,
-    std::shared_ptr<const std::string> stationName, Date after, std::int64_t maxCount);
+    const std::shared_ptr<const std::string>& stationName, Date after, std::int64_t maxCount);
 
 /// The level at `t`: that of the first event within 10 seconds, else on the line between the neighbours; 0
 /// where there are none, which cannot be told from a level of 0.

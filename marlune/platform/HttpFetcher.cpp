@@ -79,6 +79,8 @@ Data HttpFetcher::fetchAndWait(const std::string& publishedUrl) {
 }
 
 void HttpFetcher::fetch(const std::string& publishedUrl, Completion completion) {
+  // The completion may come, and let the owner go, before this call is over.
+  const auto self = shared_from_this();
   // The client's thread must not be held up by what a completion does.
   OnceCompletion once(std::move(completion));
   std::unique_lock lock(mutex_);

@@ -22,6 +22,11 @@ struct CivilTime {
   bool operator==(const CivilTime&) const = default;
 };
 
+/// Do two local times lie in one month of one year?
+constexpr bool isSameMonth(const CivilTime& a, const CivilTime& b) {
+  return a.year == b.year && a.month == b.month;
+}
+
 /// A stretch of instants, from inclusive to exclusive, during which a zone keeps one offset from UTC.
 struct OffsetPeriod {
   std::int64_t from = 0;

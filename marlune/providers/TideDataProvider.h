@@ -244,7 +244,9 @@ class MARLUNE_API TideDataProvider {
   /// `station` may be none: then only what memory holds under the id is looked at.
   std::optional<Events> rangeFromMemory(const StationPtr& station, std::string_view stationId,
                                         std::int64_t begin, std::int64_t end);
-  Data downloadAndKeep(const std::string& url, const std::string& fileName, std::size_t atLeast);
+  /// The events in memory of the months of two local times, between two instants.
+  Events eventsOfMonths(std::string_view stationId, const CivilTime& first, const CivilTime& last,
+                        std::int64_t begin, std::int64_t end) const;
 
   void loadFromFile(const MonthRequest& request);
   void downloadFromUrl(const MonthRequest& request);

@@ -191,14 +191,8 @@ void TideDataProvider::finishRangeFetch(const StationPtr& station, Date from, Da
     if (events && !events->empty()) diskCache_->cacheEvents(*events, stationId, year, month);
   };
   take(first.year, first.month);
-  const bool sameMonth = first.year == last.year && first.month == last.month;
-  if (!sameMonth) take(last.year, last.month);
-
-  static const Events nothing;
-  const MonthList head = _cache.getTideData(stationId, first.year, first.month);
-  const MonthList tail = sameMonth ? nullptr : _cache.getTideData(stationId, last.year, last.month);
-  auto events = curve::eventsBetween({head ? *head : nothing, tail ? *tail : nothing}, wholeSecondsOf(from),
-                                     wholeSecondsOf(to));
+  if (!isSameMonth(first, last)) take(last.year, last.month);
+  auto events = eventsOfMonths(stationId, first, last, wholeSecondsOf(from), wholeSecondsOf(to));
   completion(events.empty() ? std::nullopt : std::optional(std::move(events)));
 }
 

@@ -64,15 +64,10 @@ Data TideDataProvider::loadDataAtFilePath(std::string_view fileName) {
 
 void TideDataProvider::loadDataAtURL(const std::string& url, const std::string& fileName,
                                      DataCompletion completion) {
-  completion(downloadAndKeep(url, fileName, bytesToKeepDownload));
-}
-
-Data TideDataProvider::downloadAndKeep(const std::string& url, const std::string& fileName,
-                                       std::size_t atLeast) {
   const auto begun = host_.clock->monotonic();
   Data data = fetcher_->fetchAndWait(url);
   const double seconds = std::chrono::duration<double>(host_.clock->monotonic() - begun).count();
-  const bool accepted = data && data->size() >= atLeast;
+  const bool accepted = data && data->size() >= bytesToKeepDownload;
   if (accepted) {
     files_->saveFileInContainer(kGroupContainerName, fileName, *data);
   } else {
@@ -80,7 +75,7 @@ Data TideDataProvider::downloadAndKeep(const std::string& url, const std::string
   }
   host_.notifications->post({accepted ? notifications::downloaded : notifications::downloadFailed, this,
                              UserInfo{{"filename", fileName}, {"duration", seconds}}});
-  return data;
+  completion(std::move(data));
 }
 
 void TideDataProvider::saveDefaultStationFileFromBundle() {
@@ -187,15 +182,21 @@ std::optional<TideDataProvider::Events> TideDataProvider::rangeFromMemory(const 
   const CivilTime first = calendar.components(begin);
   const CivilTime last = calendar.components(end);
   populateCacheForStation(station, first.year, first.month);
-  const bool sameMonth = first.year == last.year && first.month == last.month;
-  if (sameMonth) {
-    const MonthList list = _cache.getTideData(stationId, first.year, first.month);
-    return list ? std::optional(curve::eventsBetween({*list}, begin, end)) : std::nullopt;
+  if (isSameMonth(first, last)) {
+    if (!_cache.getTideData(stationId, first.year, first.month)) return std::nullopt;
+  } else {
+    populateCacheForStation(station, last.year, last.month);
   }
-  populateCacheForStation(station, last.year, last.month);
+  return eventsOfMonths(stationId, first, last, begin, end);
+}
+
+TideDataProvider::Events TideDataProvider::eventsOfMonths(std::string_view stationId, const CivilTime& first,
+                                                          const CivilTime& last, std::int64_t begin,
+                                                          std::int64_t end) const {
   static const Events nothing;
   const MonthList head = _cache.getTideData(stationId, first.year, first.month);
-  const MonthList tail = _cache.getTideData(stationId, last.year, last.month);
+  const MonthList tail =
+      isSameMonth(first, last) ? nullptr : _cache.getTideData(stationId, last.year, last.month);
   return curve::eventsBetween({head ? *head : nothing, tail ? *tail : nothing}, begin, end);
 }
 

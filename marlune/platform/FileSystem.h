@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -31,6 +32,11 @@ struct FileIdentity {
            modified == other.modified && changed == other.changed;
   }
 };
+
+/// Does a path hold the same file in the same state, or none both times?
+inline bool isSameState(const std::optional<FileIdentity>& a, const std::optional<FileIdentity>& b) {
+  return a ? b && a->sameAs(*b) : !b;
+}
 
 /// Whole-file access by absolute path. Calls are safe from any thread and from several processes at once.
 /// Nothing here logs or throws: what fails answers nothing or false.
@@ -66,6 +72,26 @@ class MARLUNE_API FileSystem {
   /// that killed processes left in it are swept at the first write into a folder.
   virtual bool write(const std::string& folder, const std::string& path, std::string_view bytes,
                      Durability durability) = 0;
+
+  enum class Outcome { written, failed, changed };
+
+  /// As write(), but leaves alone what is no longer in the state `expected` (nothing: no file), and says so.
+  /// That is looked at last of all before the file takes its name. Who writes in the very moment between the
+  /// two goes unseen: only a lock could keep it out, and a process that is suspended would go on holding it.
+  virtual Outcome writeIfUnchanged(const std::string& folder, const std::string& path, std::string_view bytes,
+                                   Durability durability, const std::optional<FileIdentity>& expected) {
+    if (!isSameState(identity(path), expected)) return Outcome::changed;
+    return write(folder, path, bytes, durability) ? Outcome::written : Outcome::failed;
+  }
+
+  /// Held, for moments, by who reads files of `folder`, changes what they say and writes them back, so that
+  /// threads and processes that do so take turns. Nobody else is kept out. Empty where there are no turns, or
+  /// when another has had its turn for a second, since it may be suspended: who asked then goes on without.
+  using Turn = std::shared_ptr<void>;
+  [[nodiscard]] virtual Turn takeTurn(const std::string& folder) {
+    static_cast<void>(folder);
+    return nullptr;
+  }
 
   /// Removes the file at `path`; false when it could not, also when there is none.
   virtual bool remove(const std::string& path) = 0;

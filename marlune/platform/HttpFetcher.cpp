@@ -3,32 +3,32 @@
 #include <utility>
 #include <vector>
 
+#include "marlune/platform/OnceCompletion.h"
+
 namespace marlune {
 
 namespace {
 
-/// Calls a completion once: with an answer, or with none where it is dropped on the way.
-class OnceCompletion {
- public:
-  explicit OnceCompletion(HttpFetcher::Completion completion) : completion_(std::move(completion)) {}
-  OnceCompletion(OnceCompletion&& other) noexcept : completion_(std::move(other.completion_)) {}
-  OnceCompletion& operator=(OnceCompletion&&) = delete;
-  ~OnceCompletion() { call(nullptr); }
+HttpRequest plainRequest(const std::string& publishedUrl) {
+  HttpRequest request;
+  request.url = publishedUrl;
+  return request;
+}
 
-  void call(Data data) {
-    if (auto completion = std::exchange(completion_, nullptr)) completion(std::move(data));
-  }
-
- private:
-  HttpFetcher::Completion completion_;
-};
+Task<HttpAnswer> answerOf(std::shared_ptr<HttpFetcher> fetcher, HttpRequest request) {
+  auto answer = completionOf<HttpAnswer>(
+      [fetcher, asked = std::move(request)](HttpFetcher::AnswerCompletion done) mutable {
+        fetcher->fetchAnswer(std::move(asked), std::move(done));
+      });
+  co_return co_await answer;
+}
 
 }  // namespace
 
 HttpFetcher::HttpFetcher(std::shared_ptr<HttpClient> client, std::shared_ptr<Executor> callbacks)
     : client_(std::move(client)), callbacks_(std::move(callbacks)) {}
 
-bool HttpFetcher::start(const std::string& publishedUrl, UniqueFunction<void(Data)> done) {
+bool HttpFetcher::begin(HttpRequest request, HttpClient::Completion done) {
   std::uint64_t number = 0;
   {
     const std::lock_guard lock(mutex_);
@@ -36,11 +36,10 @@ bool HttpFetcher::start(const std::string& publishedUrl, UniqueFunction<void(Dat
     number = ++lastNumber_;
     underWay_.emplace(number, nullptr);
   }
-  HttpRequest request;
-  request.url = encodedAddress(publishedUrl);
+  request.url = encodedAddress(request.url);
   auto transfer = client_->send(std::move(request), [self = shared_from_this(), number,
                                                      finish = std::move(done)](HttpAnswer answer) mutable {
-    finish(std::move(answer.body));
+    finish(std::move(answer));
     finish = nullptr;  // what it holds belongs to the owner, who may be waiting for the end
     self->ended(number);
   });
@@ -66,9 +65,9 @@ Data HttpFetcher::fetchAndWait(const std::string& publishedUrl) {
     Data data;
   };
   const auto waiting = std::make_shared<Waiting>();
-  const bool started = start(publishedUrl, [waiting](Data data) {
+  const bool started = begin(plainRequest(publishedUrl), [waiting](HttpAnswer answer) {
     const std::lock_guard lock(waiting->mutex);
-    waiting->data = std::move(data);
+    waiting->data = std::move(answer.body);
     waiting->done = true;
     waiting->arrived.notify_all();
   });
@@ -79,19 +78,31 @@ Data HttpFetcher::fetchAndWait(const std::string& publishedUrl) {
 }
 
 void HttpFetcher::fetch(const std::string& publishedUrl, Completion completion) {
+  fetchAnswer(plainRequest(publishedUrl), [done = OnceCompletion<Data>(std::move(completion))](
+                                              HttpAnswer answer) mutable { done(std::move(answer.body)); });
+}
+
+void HttpFetcher::fetchAnswer(HttpRequest request, AnswerCompletion completion) {
   // The completion may come, and let the owner go, before this call is over.
   const auto self = shared_from_this();
-  // The client's thread must not be held up by what a completion does.
-  OnceCompletion once(std::move(completion));
+  using Once = OnceCompletion<HttpAnswer>;
+  Once once([done = Once(std::move(completion))](HttpAnswer answer) mutable {
+    if (answer.error.empty() && !answer.body) answer.error = "the request was given up";
+    done(std::move(answer));
+  });
   std::unique_lock lock(mutex_);
   const auto queue = callbacks_;
   lock.unlock();
   if (queue == nullptr) return;
-  start(publishedUrl, [queue, waiting = std::move(once)](Data data) mutable {
-    queue->post([answered = std::move(waiting), body = std::move(data)]() mutable {
-      answered.call(std::move(body));
-    });
+  // The client's thread must not be held up by what a completion does.
+  begin(std::move(request), [queue, waiting = std::move(once)](HttpAnswer answer) mutable {
+    queue->post(
+        [answered = std::move(waiting), whole = std::move(answer)]() mutable { answered(std::move(whole)); });
   });
+}
+
+Task<HttpAnswer> HttpFetcher::fetchAnswer(HttpRequest request) {
+  return answerOf(shared_from_this(), std::move(request));
 }
 
 void HttpFetcher::stop() {

@@ -12,16 +12,19 @@
 #include "marlune/platform/Executor.h"
 #include "marlune/platform/Export.h"
 #include "marlune/platform/HttpClient.h"
+#include "marlune/platform/Task.h"
 #include "marlune/platform/UniqueFunction.h"
 
 namespace marlune {
 
-/// Fetches whole resources for one owner, and can give all of them up at once. The status of an answer is not
-/// looked at: who asks judges the bytes. Held by shared_ptr. Calls are safe from any thread.
+/// Fetches whole resources for one owner, and can give all of them up at once. Where only bytes are asked
+/// for, the status is not looked at: who asks judges them. Held by shared_ptr. Calls are safe from any
+/// thread.
 class MARLUNE_API HttpFetcher : public std::enable_shared_from_this<HttpFetcher> {
  public:
   /// Called exactly once, on `callbacks` or, where that no longer runs it, wherever it is dropped.
   using Completion = UniqueFunction<void(Data)>;
+  using AnswerCompletion = UniqueFunction<void(HttpAnswer)>;
 
   HttpFetcher(std::shared_ptr<HttpClient> client, std::shared_ptr<Executor> callbacks);
 
@@ -32,12 +35,19 @@ class MARLUNE_API HttpFetcher : public std::enable_shared_from_this<HttpFetcher>
   /// The same without waiting.
   void fetch(const std::string& publishedUrl, Completion completion);
 
+  /// The whole answer, for who looks at its status. The request's address is a published one; its limits and
+  /// headers count. The completion is called as for fetch(); where the request is given up, the answer has an
+  /// error.
+  void fetchAnswer(HttpRequest request, AnswerCompletion completion);
+  /// The same as a task, which goes on where the completion would be called.
+  Task<HttpAnswer> fetchAnswer(HttpRequest request);
+
   /// Cancels what is under way, refuses what comes and lets go of the callback executor; every completion
   /// has been called when it returns, save one that called this itself.
   void stop();
 
  private:
-  bool start(const std::string& publishedUrl, UniqueFunction<void(Data)> done);
+  bool begin(HttpRequest request, HttpClient::Completion done);
   void ended(std::uint64_t number);
 
   const std::shared_ptr<HttpClient> client_;

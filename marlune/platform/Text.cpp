@@ -1,6 +1,8 @@
 #include "marlune/platform/Text.h"
 
+#include <array>
 #include <charconv>
+#include <cmath>
 #include <cstring>
 #include <limits>
 #include <optional>
@@ -94,6 +96,31 @@ std::uint32_t nextCodePoint(std::string_view text, std::size_t& at) {
          (byte(at - 1) & 0x3FU);
 }
 
+// White space and newlines beyond ASCII.
+bool isWideBlank(std::uint32_t codePoint) {
+  return codePoint == 0x85 || codePoint == 0xA0 || codePoint == 0x1680 ||
+         (codePoint >= 0x2000 && codePoint <= 0x200B) || codePoint == 0x2028 || codePoint == 0x2029 ||
+         codePoint == 0x202F || codePoint == 0x205F || codePoint == 0x3000;
+}
+
+// How many bytes the blank at an end takes; 0 when there is none.
+std::size_t blankAtFront(std::string_view text) {
+  if (text.empty()) return 0;
+  if (static_cast<unsigned char>(text.front()) < 0x80) return isBlank(text.front()) ? 1 : 0;
+  std::size_t length = 0;
+  const bool blank = isWideBlank(nextCodePoint(text, length));
+  return blank && length > 1 && length <= text.size() ? length : 0;
+}
+std::size_t blankAtBack(std::string_view text) {
+  if (text.empty()) return 0;
+  if (static_cast<unsigned char>(text.back()) < 0x80) return isBlank(text.back()) ? 1 : 0;
+  for (std::size_t length = 2; length <= 3 && length <= text.size(); ++length) {
+    const std::string_view last = text.substr(text.size() - length);
+    if (blankAtFront(last) == length) return length;
+  }
+  return 0;
+}
+
 // Orders code points as their UTF-16 forms: what needs surrogates stands below U+E000.
 std::uint32_t utf16Rank(std::uint32_t codePoint) {
   if (codePoint >= 0x10000) return codePoint - 0x10000 + 0xD800;
@@ -149,6 +176,23 @@ std::int64_t lenientInteger(std::string_view text) {
     value = value * 10 + digit;
   }
   return static_cast<std::int64_t>(negative ? std::uint64_t{0} - value : value);
+}
+
+std::string shortestDecimal(double value) {
+  std::array<char, 32> room{};
+  const double size = std::fabs(value);
+  const bool positional = size == 0.0 || (size >= 1e-4 && size < 0x1p54);
+  const auto form = positional ? std::chars_format::fixed : std::chars_format::scientific;
+  const auto [end, failure] = std::to_chars(room.data(), room.data() + room.size(), value, form);
+  std::string text(room.data(), end);
+  if (positional && text.find('.') == std::string::npos) text += ".0";
+  return text;
+}
+
+std::string_view trimmed(std::string_view text) {
+  while (const std::size_t length = blankAtFront(text)) text.remove_prefix(length);
+  while (const std::size_t length = blankAtBack(text)) text.remove_suffix(length);
+  return text;
 }
 
 int comparePlain(std::string_view a, std::string_view b) {

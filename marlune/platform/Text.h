@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -15,6 +16,13 @@ MARLUNE_API double lenientDouble(std::string_view text);
 /// The whole number at the start of `text`, in the same lenient way; what does not fit is held at the
 /// nearest 64-bit value.
 MARLUNE_API std::int64_t lenientInteger(std::string_view text);
+
+/// The shortest decimal that reads back as exactly `value`, always with a fraction or an exponent: "10.0",
+/// "-0.1275", "-0.0"; below 0.0001 and from 2^54 on "1e-05", "1.5e+17". Also "nan", "inf" and "-inf".
+MARLUNE_API std::string shortestDecimal(double value);
+
+/// `text` without the Unicode white space and newlines at its ends.
+MARLUNE_API std::string_view trimmed(std::string_view text);
 
 /// Plain comparison of two UTF-8 texts by UTF-16 code units: below 0, 0 or above 0. It differs from the order
 /// of the bytes only where a character beyond the basic plane meets one from U+E000 to U+FFFF.

@@ -15,40 +15,37 @@ std::string_view nameOf(const std::shared_ptr<TideStation>& station) {
 }  // namespace
 
 std::shared_ptr<const StationTables> StationTables::adding(const Stations& stations) const {
-  auto result = std::make_shared<StationTables>();
-  result->all_.reserve(all_.size() + stations.size());
-  result->byId_.reserve(all_.size() + stations.size());
-  result->all_ = all_;
-  result->byId_ = byId_;
-  result->byState_ = byState_;
+  Stations all;
+  StationList::Index byId;
+  all.reserve(list_->all().size() + stations.size());
+  byId.reserve(list_->all().size() + stations.size());
+  all = list_->all();
+  byId = list_->index();
+  StateTable byState = byState_;
   Stations* list = nullptr;  // catalogues come grouped by state
   const std::string* listState = nullptr;
   for (const auto& station : stations) {
     if (!station || !station->stateId || !station->stationId) continue;
-    const auto next = static_cast<std::uint32_t>(result->all_.size());
-    const auto [entry, added] = result->byId_.try_emplace(*station->stationId, next);
+    const auto next = static_cast<std::uint32_t>(all.size());
+    const auto [entry, added] = byId.try_emplace(*station->stationId, next);
     if (added) {
-      result->all_.push_back(station);
+      all.push_back(station);
     } else {
-      // The key must lie in the station that the table keeps.
+      // The key must lie in the station that the list keeps.
       const std::uint32_t index = entry->second;
-      result->byId_.erase(entry);
-      result->byId_.emplace(*station->stationId, index);
-      result->all_[index] = station;
+      byId.erase(entry);
+      byId.emplace(*station->stationId, index);
+      all[index] = station;
     }
     if (listState == nullptr || *listState != *station->stateId) {
-      const auto state = result->byState_.try_emplace(*station->stateId).first;
+      const auto state = byState.try_emplace(*station->stateId).first;
       listState = &state->first;
       list = &state->second;
     }
     list->push_back(station);
   }
-  return result;
-}
-
-std::shared_ptr<TideStation> StationTables::byId(std::string_view stationId) const {
-  const auto found = byId_.find(stationId);
-  return found == byId_.end() ? nullptr : all_[found->second];
+  return std::shared_ptr<const StationTables>(new StationTables(
+      std::make_shared<const StationList>(std::move(all), std::move(byId)), std::move(byState)));
 }
 
 std::vector<std::string> StationTables::states() const {
@@ -66,48 +63,6 @@ std::optional<StationTables::Stations> StationTables::ofState(std::string_view s
   Stations stations = found->second;
   std::stable_sort(stations.begin(), stations.end(),
                    [](const auto& a, const auto& b) { return comparePlain(nameOf(a), nameOf(b)) < 0; });
-  return stations;
-}
-
-const StationTables::Geometry& StationTables::geometry() const {
-  std::call_once(geometryMade_, [this] {
-    geometry_.onSphere.reserve(all_.size());
-    geometry_.onMap.reserve(all_.size());
-    for (const auto& station : all_) {
-      geometry_.onSphere.push_back(spherePoint(station->coordinate));
-      geometry_.onMap.push_back(mapPoint(station->coordinate));
-    }
-  });
-  return geometry_;
-}
-
-StationTables::Stations StationTables::byDistance(Coordinate from) const {
-  struct Ranked {
-    double distance;
-    std::uint32_t index;
-  };
-  const SpherePoint center = spherePoint(from);
-  const auto& points = geometry().onSphere;
-  std::vector<Ranked> ranked(points.size());
-  for (std::uint32_t i = 0; i < ranked.size(); ++i) {
-    const double distance = squaredChord(center, points[i]);
-    // A coordinate that is no number has no distance; it goes last, and the order stays a strict one.
-    ranked[i] = {distance == distance ? distance : 5.0, i};
-  }
-  std::sort(ranked.begin(), ranked.end(),
-            [](const Ranked& a, const Ranked& b) { return a.distance < b.distance; });
-  Stations stations;
-  stations.reserve(ranked.size());
-  for (const Ranked& entry : ranked) stations.push_back(all_[entry.index]);
-  return stations;
-}
-
-StationTables::Stations StationTables::inMapRect(const MapRect& rect) const {
-  Stations stations;
-  const auto& points = geometry().onMap;
-  for (std::size_t i = 0; i < points.size(); ++i) {
-    if (rect.contains(points[i])) stations.push_back(all_[i]);
-  }
   return stations;
 }
 

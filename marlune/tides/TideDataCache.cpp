@@ -6,13 +6,6 @@
 
 namespace marlune {
 
-/// The incoming events of one month, in their order.
-struct TideDataCache::MonthGroup {
-  std::int64_t year;
-  int month;
-  std::vector<TideEvent> events;
-};
-
 namespace {
 
 bool isAscending(const std::vector<TideEvent>& events) {
@@ -49,24 +42,27 @@ std::size_t TideDataCache::MonthKeyHash::operator()(const MonthKeyView& key) con
   return std::hash<std::string_view>{}(key.stationId) ^ (months * 0x9E3779B97F4A7C15U);
 }
 
-std::vector<TideDataCache::MonthGroup> TideDataCache::groupByMonth(const std::vector<TideEvent>& events,
-                                                                   const Calendar& calendar) {
-  std::vector<MonthGroup> groups;
-  if (events.empty()) return groups;
-  MonthSpan span;  // holds nothing yet
+std::vector<MonthEvents> TideDataCache::groupByMonth(const std::vector<TideEvent>& events,
+                                                     const Calendar& calendar) {
+  std::vector<MonthEvents> months;
+  std::vector<std::shared_ptr<std::vector<TideEvent>>> lists;  // of `months`, while they are written
+  MonthSpan span;                                              // holds nothing yet
   std::size_t current = 0;
   for (const TideEvent& event : events) {
     if (!span.holds(event.timestamp)) {
       span = calendar.monthSpan(event.timestamp);
-      const auto found = std::find_if(groups.begin(), groups.end(), [&](const MonthGroup& group) {
-        return group.year == span.year && group.month == span.month;
+      const auto found = std::find_if(months.begin(), months.end(), [&](const MonthEvents& month) {
+        return month.year == span.year && month.month == span.month;
       });
-      current = static_cast<std::size_t>(found - groups.begin());
-      if (found == groups.end()) groups.push_back({span.year, span.month, {}});
+      current = static_cast<std::size_t>(found - months.begin());
+      if (found == months.end()) {
+        lists.push_back(std::make_shared<std::vector<TideEvent>>());
+        months.push_back({span.year, span.month, lists.back()});
+      }
     }
-    groups[current].events.push_back(event);
+    lists[current]->push_back(event);
   }
-  return groups;
+  return months;
 }
 
 void TideDataCache::addTideData(const std::optional<std::string>& stationId,
@@ -76,23 +72,29 @@ void TideDataCache::addTideData(const std::optional<std::string>& stationId,
     log_->line("[TideDataCache] Error: Nil parameter passed to addTideData");
     return;
   }
+  addTideData(*stationId, groupByMonth(*events, calendar));
+}
+
+void TideDataCache::addTideData(std::string_view stationId, const std::vector<MonthEvents>& months) {
   const std::lock_guard lock(_lock);
-  for (MonthGroup& group : groupByMonth(*events, calendar)) {
-    auto merged = std::make_shared<std::vector<TideEvent>>();
-    if (const MonthList cached = getTideData(*stationId, group.year, group.month)) {
-      merged->reserve(cached->size() + group.events.size());
-      appendOthers(*cached, group.events, *merged);
-      merged->insert(merged->end(), group.events.begin(), group.events.end());
-    } else {
-      *merged = std::move(group.events);
+  for (const MonthEvents& month : months) {
+    MonthList merged = month.events;
+    if (const MonthList cached = getTideData(stationId, month.year, month.month)) {
+      const auto both = std::make_shared<std::vector<TideEvent>>();
+      both->reserve(cached->size() + month.events->size());
+      appendOthers(*cached, *month.events, *both);
+      both->insert(both->end(), month.events->begin(), month.events->end());
+      merged = both;
     }
     const std::lock_guard tableLock(tableMutex_);
-    _cache.insert_or_assign(MonthKey{*stationId, group.year, group.month}, std::move(merged));
+    _cache.insert_or_assign(MonthKey{std::string(stationId), month.year, month.month}, std::move(merged));
   }
   const std::lock_guard tableLock(tableMutex_);
-  for (const TideEvent& event : *events) {
-    if (!firstEvent || event.timestamp < firstEvent->timestamp) firstEvent = event;
-    if (!lastEvent || event.timestamp > lastEvent->timestamp) lastEvent = event;
+  for (const MonthEvents& month : months) {
+    for (const TideEvent& event : *month.events) {
+      if (!firstEvent || event.timestamp < firstEvent->timestamp) firstEvent = event;
+      if (!lastEvent || event.timestamp > lastEvent->timestamp) lastEvent = event;
+    }
   }
 }
 
@@ -145,13 +147,13 @@ void TideDataCache::addStationToCache(const std::shared_ptr<TideStation>& statio
 
 std::shared_ptr<TideStation> TideDataCache::getTideStationById(std::string_view stationId) const {
   const std::lock_guard lock(stationMutex_);
-  if (auto station = stations_->byId(stationId)) return station;
+  if (auto station = stations_->list()->byId(stationId)) return station;
   const auto found = _globalStationTableById.find(stationId);
   return found == _globalStationTableById.end() ? nullptr : found->second;
 }
 
 std::vector<std::shared_ptr<TideStation>> TideDataCache::getAllStations() const {
-  return stationTables()->all();
+  return stationTables()->list()->all();
 }
 
 void TideDataCache::removeAllStations() {

@@ -22,6 +22,13 @@ namespace marlune {
 /// The events of one station and month, a snapshot that never changes; an empty pointer is no list.
 using MonthList = std::shared_ptr<const std::vector<TideEvent>>;
 
+/// Events of one month, in the order in which they came.
+struct MonthEvents {
+  std::int64_t year = 0;
+  int month = 0;
+  MonthList events;
+};
+
 /// What a provider knows, in memory: its stations, and events by station and month. Safe from any thread: a
 /// merge builds new month lists aside and publishes them, a reader keeps the list it was given.
 class MARLUNE_API TideDataCache {
@@ -38,6 +45,12 @@ class MARLUNE_API TideDataCache {
   /// them, also where two share a time. No id or no list is logged and changes nothing.
   void addTideData(const std::optional<std::string>& stationId,
                    const std::optional<std::vector<TideEvent>>& events, const Calendar& calendar);
+  /// The same for events that groupByMonth() has grouped.
+  void addTideData(std::string_view stationId, const std::vector<MonthEvents>& months);
+
+  /// The months that events lie in by `calendar`, each once, in the order of their first events.
+  static std::vector<MonthEvents> groupByMonth(const std::vector<TideEvent>& events,
+                                               const Calendar& calendar);
 
   /// Does the month's list hold more than 25 events?
   bool containsTideData(std::string_view stationId, std::int64_t year, int month) const;
@@ -107,9 +120,6 @@ class MARLUNE_API TideDataCache {
     }
   };
   static MonthKeyView view(const MonthKey& key) { return {key.stationId, key.year, key.month}; }
-
-  struct MonthGroup;
-  static std::vector<MonthGroup> groupByMonth(const std::vector<TideEvent>& events, const Calendar& calendar);
 
   const std::shared_ptr<Log> log_;
   mutable std::mutex _lock;        // taken by whoever changes months, before tableMutex_

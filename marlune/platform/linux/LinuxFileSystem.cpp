@@ -2,11 +2,14 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cmath>
 #include <ctime>
+#include <thread>
 #include <utility>
 
 #include "marlune/platform/linux/TemporaryFile.h"
@@ -82,8 +85,14 @@ struct Destination {
   const std::string& path;
 };
 
-bool store(const Destination& to, std::string_view bytes, const std::optional<timespec>& modified,
-           FileSystem::Durability durability) {
+using Outcome = FileSystem::Outcome;
+
+bool always() {
+  return true;
+}
+
+Outcome store(const Destination& to, std::string_view bytes, const std::optional<timespec>& modified,
+              FileSystem::Durability durability, const std::function<bool()>& isWanted = always) {
   const bool flush = durability == FileSystem::Durability::userData;
   // A sweep of another process can take a temporary away before it is locked, and the folder can be removed.
   // Neither happens often, so a few attempts tell bad luck from a folder that stays missing.
@@ -92,15 +101,18 @@ bool store(const Destination& to, std::string_view bytes, const std::optional<ti
     if (!temporary) {
       if (errno == EEXIST) continue;
       // Looked after only now: nearly always the folder is there, and asking first would cost every write.
-      if (errno != ENOENT || !makeFolders(to.folder, flush)) return false;
+      if (errno != ENOENT || !makeFolders(to.folder, flush)) return Outcome::failed;
       continue;
     }
-    if (!temporary.fill(bytes, modified, flush)) return false;
+    if (!temporary.fill(bytes, modified, flush)) return Outcome::failed;
+    if (!isWanted()) return Outcome::changed;
     const auto outcome = temporary.rename(to.path);
-    if (outcome == TemporaryFile::Outcome::done) return !flush || syncFolder(std::string(to.parent));
-    if (outcome == TemporaryFile::Outcome::failed) return false;
+    if (outcome == TemporaryFile::Outcome::done) {
+      return !flush || syncFolder(std::string(to.parent)) ? Outcome::written : Outcome::failed;
+    }
+    if (outcome == TemporaryFile::Outcome::failed) return Outcome::failed;
   }
-  return false;
+  return Outcome::failed;
 }
 
 }  // namespace
@@ -140,12 +152,43 @@ std::optional<FileIdentity> LinuxFileSystem::identity(const std::string& path) {
 
 bool LinuxFileSystem::write(const std::string& folder, const std::string& path, std::string_view bytes,
                             Durability durability) {
+  return writeIf(always, folder, path, bytes, durability) == Outcome::written;
+}
+
+Outcome LinuxFileSystem::writeIfUnchanged(const std::string& folder, const std::string& path,
+                                          std::string_view bytes, Durability durability,
+                                          const std::optional<FileIdentity>& expected) {
+  const auto isUnchanged = [&] { return isSameState(identity(path), expected); };
+  return writeIf(isUnchanged, folder, path, bytes, durability);
+}
+
+Outcome LinuxFileSystem::writeIf(const std::function<bool()>& isWanted, const std::string& folder,
+                                 const std::string& path, std::string_view bytes, Durability durability) {
   const auto parent = parentWithin(folder, path);
-  if (!parent) return false;
+  if (!parent) return Outcome::failed;
   sweepOnce(*parent);
   std::optional<timespec> modified;
   if (clock_) modified = timespecOf(clock_->now());
-  return store({folder, *parent, path}, bytes, modified, durability);
+  return store({folder, *parent, path}, bytes, modified, durability, isWanted);
+}
+
+FileSystem::Turn LinuxFileSystem::takeTurn(const std::string& folder) {
+  constexpr std::chrono::milliseconds pause(2);
+  constexpr int mostPauses = 500;
+  if (!usable(folder)) return nullptr;
+  const auto open = [&] {
+    return uninterrupted([&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
+  };
+  auto directory = std::make_shared<FileDescriptor>(open());
+  if (!*directory && errno == ENOENT && makeFolders(folder, true)) {
+    directory = std::make_shared<FileDescriptor>(open());
+  }
+  if (!*directory) return nullptr;
+  for (int pauses = 0; ::flock(directory->get(), LOCK_EX | LOCK_NB) != 0; ++pauses) {
+    if ((errno != EWOULDBLOCK && errno != EINTR) || pauses == mostPauses) return nullptr;
+    std::this_thread::sleep_for(pause);
+  }
+  return directory;
 }
 
 bool LinuxFileSystem::remove(const std::string& path) {
@@ -166,8 +209,10 @@ bool LinuxFileSystem::move(const std::string& from, const std::string& folder, c
   struct stat status {};
   if (::stat(from.c_str(), &status) != 0) return false;
   const auto bytes = readWholeFile(from);
-  if (!bytes || !store({folder, *parent, to}, *bytes, status.st_mtim, Durability::cache)) return false;
-  return ::unlink(from.c_str()) == 0;
+  if (!bytes) return false;
+  // Flushed, since the file that is removed then may be the user's only one.
+  const auto outcome = store({folder, *parent, to}, *bytes, status.st_mtim, Durability::userData);
+  return outcome == Outcome::written && ::unlink(from.c_str()) == 0;
 }
 
 std::optional<std::vector<std::string>> LinuxFileSystem::list(const std::string& folder) {

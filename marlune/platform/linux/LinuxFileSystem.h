@@ -31,12 +31,19 @@ class MARLUNE_API LinuxFileSystem : public FileSystem {
   std::optional<FileIdentity> identity(const std::string& path) override;
   bool write(const std::string& folder, const std::string& path, std::string_view bytes,
              Durability durability) override;
+  Outcome writeIfUnchanged(const std::string& folder, const std::string& path, std::string_view bytes,
+                           Durability durability, const std::optional<FileIdentity>& expected) override;
+  /// A lock (flock) on the folder itself, which leaves no file behind and ends with its process.
+  Turn takeTurn(const std::string& folder) override;
   bool remove(const std::string& path) override;
   bool exists(const std::string& path) override;
   bool move(const std::string& from, const std::string& folder, const std::string& to) override;
   std::optional<std::vector<std::string>> list(const std::string& folder) override;
 
  private:
+  /// `isWanted` is asked last before the file takes its name.
+  Outcome writeIf(const std::function<bool()>& isWanted, const std::string& folder, const std::string& path,
+                  std::string_view bytes, Durability durability);
   void sweepOnce(std::string_view folder);
 
   const std::shared_ptr<Clock> clock_;

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -22,6 +24,7 @@
 #include "marlune/platform/Host.h"
 #include "marlune/platform/UniqueFunction.h"
 #include "marlune/storage/FileAccess.h"
+#include "marlune/tides/MonthRange.h"
 #include "marlune/tides/TideCurve.h"
 #include "marlune/tides/TideDataCache.h"
 #include "marlune/tides/TideEvent.h"
@@ -29,9 +32,16 @@
 
 namespace marlune {
 
+class GlobalPoints;
 class HttpFetcher;
+class PelagoraService;
 class PendingOperations;
+class StationList;
 class WorkScope;
+template <class Answer>
+class AnswerWaits;
+template <class... Answer>
+class OutstandingCompletions;
 class YearFileMemo;
 
 /// Names of the notifications that a provider posts, with their user information.
@@ -44,7 +54,17 @@ inline constexpr const char* refreshFailed = "kMainModelTideDataDownloadFailed";
 inline constexpr const char* downloaded = "downloadedTideData";  ///< "filename", "duration": double, s
 inline constexpr const char* downloadFailed =
     "downloadTideDataFailed";  ///< "filename", "duration": double, s
+inline constexpr const char* globalPointsLoaded = "TideData_GlobalTidePointsLoaded";  ///< none
 }  // namespace notifications
+
+/// The user default that shows worldwide points inside the United States in that country's build.
+inline constexpr const char* kPreferencesShowUSGlobalPoints = "Stations_ShowUSGlobalPoints";
+
+/// What the provider asks of the favourites; either may be empty. Called without a lock held.
+struct FavoriteHooks {
+  std::function<void()> load;  ///< after the catalogue was loaded, on the loading thread
+  std::function<void()> save;
+};
 
 /// The tide provider: a catalogue of stations, their predictions from memory, disk and network, and what a
 /// chart asks of them. This class serves the United States' stations, in feet; regional providers derive from
@@ -72,8 +92,10 @@ class MARLUNE_API TideDataProvider {
   /// The provider of the process, made at the first call over the installed host (see marlune.h).
   static TideDataProvider& Instance();
 
+  /// Without a service there are no worldwide points, and years of theirs only as far as the disk has them.
   TideDataProvider(Host host, std::shared_ptr<FileAccess> files,
-                   std::shared_ptr<TideEventDiskCache> diskCache);
+                   std::shared_ptr<TideEventDiskCache> diskCache,
+                   std::shared_ptr<PelagoraService> globalService, FavoriteHooks favorites = {});
   virtual ~TideDataProvider();
   TideDataProvider(const TideDataProvider&) = delete;
   TideDataProvider& operator=(const TideDataProvider&) = delete;
@@ -82,7 +104,8 @@ class MARLUNE_API TideDataProvider {
   // Queries load the catalogue first where it is not loaded, unless they say otherwise. A thread that asks
   // during the first load waits for it and sees the catalogue full.
 
-  /// Loads the station list, once. A second thread that asks meanwhile waits for the load to end.
+  /// Loads the station list, once, and then the favourites, where there was a list. A second thread that asks
+  /// meanwhile waits for the load to end; the loading thread itself sees what is there by then.
   void loadStationData();
   virtual bool hasLoadedStations() const;
   virtual void setHasLoadedStations(bool loaded);
@@ -102,7 +125,9 @@ class MARLUNE_API TideDataProvider {
   std::vector<std::string> getTideStationStates();
   /// Ascending by name, by UTF-16 code unit; nothing for an unknown state.
   std::optional<Stations> getTideStationsForState(std::string_view state);
-  /// Every station known by now, nearest first. Does not load the catalogue.
+  /// Every station of the catalogue and every searchable worldwide point known by now, nearest first.
+  /// Stations that share an id stand where the last of them lies. Does not load the catalogue, but has the
+  /// worldwide points loaded for later.
   Stations getStationsByNearest(Coordinate coordinate);
   /// The catalogue's stations inside a rectangle of projected map points. Does not load the catalogue.
   Stations getStationsInMapVisibleRect(const MapRect& rect);
@@ -117,6 +142,9 @@ class MARLUNE_API TideDataProvider {
 
   /// Drops every month list in memory; stations stay.
   void clearCache();
+
+  /// Has the favourites saved.
+  void savePrefs();
 
   /// For clients that need to serialise their own use of the provider; the provider does not take it.
   std::mutex& lock() { return _lock; }
@@ -150,15 +178,17 @@ class MARLUNE_API TideDataProvider {
   /// is there.
   virtual void saveDefaultStationFileFromBundle();
 
-  /// Makes a month present in memory from what lies on the disk; false when nothing does. No network.
+  /// Makes a month present in memory from what lies on the disk; false when nothing does. No network, save
+  /// for a worldwide point off the main thread: see ensureGlobalYearCached().
   bool populateCacheForStation(const StationPtr& station, std::int64_t year, int month);
   /// The events of a month between two instants (seconds, inclusive), ascending. May wait for a download.
   std::optional<Events> tideEventsForStation(const StationPtr& station, std::int64_t year, int month,
                                              std::int64_t beginTs, std::int64_t endTs);
   /// The month's list in memory as it stands.
   MonthList getTideData(std::string_view stationId, std::int64_t year, int month) const;
-  /// The events between two instants (seconds, inclusive), ascending, from memory and disk. The months of the
-  /// two instants are looked at, months between them are not.
+  /// The events between two instants (seconds, inclusive), ascending, from memory and disk, for a worldwide
+  /// point off the main thread also from its service. The months of the two instants are looked at, months
+  /// between them are not.
   std::optional<Events> getTideDataByTimestamp(std::string_view stationId, std::int64_t begin,
                                                std::int64_t end);
   /// The same for a station at hand.
@@ -179,7 +209,8 @@ class MARLUNE_API TideDataProvider {
   /// The 86,400 seconds from the station's midnight on; may wait for a download.
   std::optional<Events> loadTideEventsForStation(const StationPtr& station, Date date);
   /// The events of a range; downloads the year where memory and disk have at most one. The completion runs at
-  /// once on this thread, or on a background thread after the download.
+  /// once on this thread, or on a background thread after the download. Of a worldwide point, see
+  /// fetchGlobalTideEventsForStation().
   virtual void fetchTideEventsForStation(const StationPtr& station, Date from, Date to,
                                          EventsCompletion completion);
   /// Post the two outcomes of a month request; on the main thread.
@@ -191,6 +222,51 @@ class MARLUNE_API TideDataProvider {
   void verifyAndDownloadFavoriteStationData(const StationPtr& station);
   /// Decimal years, this year and the next.
   virtual std::vector<std::string> yearsForFavoriteDownload() const;
+
+  // --- Worldwide points -----------------------------------------------------------------------------------
+  // A worldwide point that is handed to an operation that fetches, caches or refreshes, above or here, and is
+  // not known by its id is registered first.
+
+  /// Are worldwide points inside the United States hidden? Only in that country's build, where the region is
+  /// absent or "usa", unless the user default asks for them.
+  bool shouldHideUSGlobalPoints() const;
+  /// The stations without the worldwide points that are hidden, in their order.
+  Stations globalPointsFilteredForRegion(Stations stations) const;
+  /// Makes a worldwide point known by its id; anything else is ignored.
+  void registerGlobalStation(const StationPtr& station);
+  /// Loads the worldwide points unless they are published or being loaded: those on the disk are published at
+  /// once, those of the service replace them. "TideData_GlobalTidePointsLoaded" is posted on the main thread
+  /// each time. After a failed load the next call tries again. Returns before the load ends.
+  void loadGlobalStationPointsIfNeeded();
+  /// The same; `ended` is called once on the main thread when no load is under way any more, neither from the
+  /// disk nor from the service; where none is, within this call on the main thread. A provider that is
+  /// destroyed before calls it in its destructor.
+  void loadGlobalStationPointsIfNeeded(UniqueFunction<void()> ended);
+  /// The published points; absent until a load has brought some.
+  std::optional<Stations> globalStations() const;
+  /// Is the service being asked for the points?
+  bool globalStationsLoading() const;
+  /// The published points inside a rectangle of projected map points, in their order.
+  Stations getGlobalStationsInMapVisibleRect(const MapRect& rect) const;
+  /// The published points; none while there are none. Starts no load.
+  Stations getSearchableGlobalStations() const;
+  /// The published point of that id, of several the last, else none.
+  StationPtr globalStationById(std::string_view stationId) const;
+  /// A year of a worldwide point from the service, empty when that fails; absent when it takes more than 30
+  /// seconds. Waits; on the main thread it is absent at once, and nothing is asked.
+  std::optional<Events> fetchGlobalYearEventsBlocking(const StationPtr& station, std::int64_t year);
+  /// Files a year's events in memory under the months they lie in, and those of `year`, by the station's
+  /// calendar, on the disk.
+  void cacheGlobalYearEvents(const Events& events, const StationPtr& station, std::int64_t year);
+  /// Makes a year of a worldwide point present in memory from memory, disk and service; true when it is. A
+  /// January of which memory or disk has more than 25 events stands for the year. Waits for the network, save
+  /// on the main thread, which gets what memory and disk have.
+  bool ensureGlobalYearCached(const StationPtr& station, std::int64_t year);
+  /// The range fetch of a worldwide point. The completion runs at once on this thread when two or more events
+  /// are at hand, else on the main thread after the years were made present. What is at hand is asked as
+  /// getTideDataByTimestamp() does, so off the main thread this may wait for the service.
+  void fetchGlobalTideEventsForStation(const StationPtr& station, Date from, Date to,
+                                       EventsCompletion completion);
 
   // --- Curve (see TideCurve.h) ----------------------------------------------------------------------------
 
@@ -214,14 +290,47 @@ class MARLUNE_API TideDataProvider {
 
  protected:
   /// Reads the station list into the cache: the step of loadStationData() that regional providers replace.
-  virtual void readStationList();
+  /// Whether the favourites are to be loaded over it.
+  virtual bool readStationList();
+
+  /// What every path that needs a year's bytes at once downloads with: as loadDataAtURL(), which it calls
+  /// here, and sure to have called the completion when it returns.
+  virtual void downloadAndWait(const std::string& url, const std::string& fileName,
+                               DataCompletion completion);
+
+  /// Events of a month file, which another build may have kept in its own unit, in the unit of this provider.
+  /// Here feet for the United States' stations; all others are as they were kept.
+  virtual Events inProviderUnit(const TideStation& station, Events events) const;
+
+  /// The instants that a month cut out of a year's document covers, margins included.
+  InstantRange monthRangeForStation(const StationPtr& station, std::int64_t year, int month) const;
+
+  /// How long a year of a worldwide point is waited for.
+  virtual std::chrono::nanoseconds globalYearLimit() const;
+
+  /// The document in the bytes of a year file, or an empty pointer; here those bytes. A step of every path
+  /// that has the bytes at hand; loadDataAtFilePath() gives what is open already.
+  virtual Data documentOfFile(const Data& bytes);
+
+  /// Waits for a download, keeps it as `fileName` when it has at least `atLeast` bytes and posts
+  /// "downloadedTideData", else "downloadTideDataFailed". The bytes, or an empty pointer on failure.
+  Data downloadAndKeep(const std::string& url, const std::string& fileName, std::size_t atLeast);
+  /// The second half of that, for bytes that were asked for at `begun` of the monotonic clock.
+  Data keepDownload(Data data, const std::string& fileName, std::size_t atLeast,
+                    std::chrono::nanoseconds begun);
 
   /// Ends all work in flight, as the destructor does; nothing starts afterwards.
   void stopWork();
 
   const Host& host() const { return host_; }
   TideDataCache& cache() { return _cache; }
+  const TideDataCache& cache() const { return _cache; }
   FileAccess& files() const { return *files_; }
+  const std::shared_ptr<FileAccess>& sharedFiles() const { return files_; }
+  HttpFetcher& fetcher() const { return *fetcher_; }
+  /// For work that comes back later: entered before the provider is touched.
+  const std::shared_ptr<WorkScope>& workScope() const { return work_; }
+  YearFileMemo& yearFiles() const { return *yearFiles_; }
 
  private:
   /// What a queued month request carries.
@@ -235,37 +344,66 @@ class MARLUNE_API TideDataProvider {
     bool notify = false;
   };
 
+  /// What a queued year of a worldwide point carries.
+  struct GlobalYearRequest {
+    StationPtr station;
+    std::int64_t year = 0;
+    Date date;
+    std::string key;
+    bool notify = false;
+  };
+  /// Years that the service was asked for in vain, so that one question does not ask it twice.
+  using FailedYears = std::vector<std::int64_t>;
+
   std::optional<Bytes> readStationFile() const;
 
   bool loadMonthFromContainer(const StationPtr& station, const std::string& fileName, std::int64_t year,
                               int month, std::optional<Events>& events);
   bool loadMonthFromDocuments(const StationPtr& station, const std::string& fileName, std::int64_t year,
                               int month, std::optional<Events>& events);
+  bool populateMonth(const StationPtr& station, std::int64_t year, int month, FailedYears& failed);
   /// `station` may be none: then only what memory holds under the id is looked at.
   std::optional<Events> rangeFromMemory(const StationPtr& station, std::string_view stationId,
-                                        std::int64_t begin, std::int64_t end);
+                                        std::int64_t begin, std::int64_t end, FailedYears& failed);
   /// The events in memory of the months of two local times, between two instants.
   Events eventsOfMonths(std::string_view stationId, const CivilTime& first, const CivilTime& last,
                         std::int64_t begin, std::int64_t end) const;
 
   void loadFromFile(const MonthRequest& request);
   void downloadFromUrl(const MonthRequest& request);
+  /// Drops the months of a year that `events` fill from memory: what stood there must not mix with them.
+  void forgetFilledMonths(const std::string& stationId, const Events& events, std::int64_t year,
+                          const Calendar& calendar);
   void refreshDataForStation(const StationPtr& station, const std::string& key);
   void downloadForFavorite(const std::string& fileName, const StationPtr& station, std::int64_t year);
   void finishRangeFetch(const StationPtr& station, Date from, Date to, const Data& data,
                         EventsCompletion completion);
   void prefetchYear(const StationPtr& station, std::int64_t year, const std::string& fileName);
+
+  /// The catalogue followed by the published points.
+  std::shared_ptr<const StationList> everyStation() const;
+  void registerIfUnknown(const StationPtr& station);
+  bool ensureGlobalYear(const StationPtr& station, std::int64_t year, FailedYears& failed);
+  /// Queues a load of a year unless the same one is queued or running.
+  void queueGlobalYear(const StationPtr& station, std::int64_t year, Date date, bool notify);
+  void loadGlobalTideData(const GlobalYearRequest& request);
+  void refreshGlobalStation(const StationPtr& station, const std::string& key);
+
   void postOnMain(void (TideDataProvider::*operation)(UserInfo), const StationPtr& station, Date date);
   /// Runs `job` on a queue unless the provider is being destroyed by then.
-  void enqueue(Executor& queue, UniqueFunction<void()> job);
+  void enqueue(const std::shared_ptr<Executor>& queue, UniqueFunction<void()> job);
 
   const Host host_;
   const std::shared_ptr<FileAccess> files_;
   const std::shared_ptr<TideEventDiskCache> diskCache_;
+  const std::shared_ptr<PelagoraService> globalService_;  // may be none
+  const FavoriteHooks favorites_;
   TideDataCache _cache;
   const std::unique_ptr<PendingOperations> _pendingOperations;
   const std::unique_ptr<YearFileMemo> yearFiles_;
   const std::shared_ptr<WorkScope> work_;
+  const std::shared_ptr<AnswerWaits<Events>> yearWaits_;
+  const std::shared_ptr<OutstandingCompletions<std::optional<Events>>> outstanding_;
   std::mutex _lock;
 
   std::atomic<bool> _hasLoadedStations = false;  // set when a load begins
@@ -275,7 +413,15 @@ class MARLUNE_API TideDataProvider {
   std::thread::id loadingThread_;  // of a load under way
 
   std::shared_ptr<Executor> _loadqueue;      // year-file loads
-  std::shared_ptr<Executor> _downloadqueue;  // downloads, refreshes, favourite downloads
+  std::shared_ptr<Executor> _downloadqueue;  // downloads, refreshes, favourite downloads, worldwide years
+  std::shared_ptr<Executor> utilityQueue_;   // stored worldwide points, range fetches of worldwide points
+  const std::shared_ptr<GlobalPoints> globalPoints_;
+
+  mutable std::mutex everyStationMutex_;
+  // Guarded by the mutex: the last answer of everyStation() and what it was made of.
+  mutable std::shared_ptr<const StationList> everyStation_;
+  mutable std::shared_ptr<const StationList> everyStationCatalogue_;
+  mutable std::shared_ptr<const StationList> everyStationPoints_;
   std::shared_ptr<HttpFetcher> fetcher_;
 };
 

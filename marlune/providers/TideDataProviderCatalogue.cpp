@@ -1,5 +1,6 @@
 #include <utility>
 
+#include "marlune/providers/GlobalPoints.h"
 #include "marlune/providers/TideDataProvider.h"
 #include "marlune/tides/StationFile.h"
 
@@ -27,19 +28,21 @@ void TideDataProvider::loadStationData() {
     loadingThread_ = std::this_thread::get_id();
     setHasLoadedStations(true);
   }
-  readStationList();
+  // Without the lock: the favourites ask for their stations.
+  if (readStationList() && favorites_.load) favorites_.load();
   const std::lock_guard lock(loadMutex_);
   loadingThread_ = std::thread::id();
   loading_ = false;
   loadEnded_.notify_all();
 }
 
-void TideDataProvider::readStationList() {
+bool TideDataProvider::readStationList() {
   const auto text = readStationFile();
-  if (!text) return;
+  if (!text) return false;
   const auto stations = station_file::stationsOf(*text);
   _cache.removeAllStations();
   _cache.addStationsToCache(stations);
+  return true;
 }
 
 std::optional<Bytes> TideDataProvider::readStationFile() const {
@@ -84,17 +87,36 @@ std::optional<TideDataProvider::Stations> TideDataProvider::getTideStationsForSt
 }
 
 TideDataProvider::Stations TideDataProvider::getStationsByNearest(Coordinate coordinate) {
-  return _cache.stationTables()->byDistance(coordinate);
+  loadGlobalStationPointsIfNeeded();
+  return everyStation()->byDistance(coordinate);
+}
+
+std::shared_ptr<const StationList> TideDataProvider::everyStation() const {
+  auto catalogue = _cache.stationTables()->list();
+  auto points = globalPoints_->published();
+  if (!points) return catalogue;
+  const std::lock_guard lock(everyStationMutex_);
+  if (everyStationCatalogue_ != catalogue || everyStationPoints_ != points) {
+    Stations all;
+    all.reserve(catalogue->all().size() + points->all().size());
+    all.insert(all.end(), catalogue->all().begin(), catalogue->all().end());
+    all.insert(all.end(), points->all().begin(), points->all().end());
+    everyStation_ = std::make_shared<const StationList>(std::move(all));
+    everyStationCatalogue_ = std::move(catalogue);
+    everyStationPoints_ = std::move(points);
+  }
+  return everyStation_;
 }
 
 TideDataProvider::Stations TideDataProvider::getStationsInMapVisibleRect(const MapRect& rect) {
-  return _cache.stationTables()->inMapRect(rect);
+  return _cache.stationTables()->list()->inMapRect(rect);
 }
 
 TideDataProvider::Stations TideDataProvider::getStationsByRegionBoundary(Coordinate southWest,
                                                                          Coordinate northEast) {
   Stations inside;
-  for (const auto& station : _cache.stationTables()->all()) {
+  const auto catalogue = _cache.stationTables()->list();
+  for (const auto& station : catalogue->all()) {
     const Coordinate& at = station->coordinate;
     if (southWest.latitude < at.latitude && southWest.longitude < at.longitude &&
         at.latitude < northEast.latitude && at.longitude < northEast.longitude) {
@@ -125,6 +147,10 @@ bool TideDataProvider::defaultUnitIsMeters() const {
 
 void TideDataProvider::clearCache() {
   _cache.removeAllTideData();
+}
+
+void TideDataProvider::savePrefs() {
+  if (favorites_.save) favorites_.save();
 }
 
 }  // namespace marlune

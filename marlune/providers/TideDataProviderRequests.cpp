@@ -1,5 +1,6 @@
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "marlune/platform/HttpFetcher.h"
@@ -32,6 +33,7 @@ void TideDataProvider::beginGetHighLowTideData(const StationPtr& station, const 
     return;
   }
   if (!station->stationId) return;  // nothing could be asked for it
+  registerIfUnknown(station);
   if (isTideDataCachedForStation(station, date)) {
     if (notify) notifyHighLowDataFetchComplete(outcome(station, *date));
     return;
@@ -39,6 +41,7 @@ void TideDataProvider::beginGetHighLowTideData(const StationPtr& station, const 
   if (notify) host_.notifications->post({notifications::fetchBegun, nullptr, std::nullopt});
 
   const CivilTime when = calendarForStation(station).components(*date);
+  if (station->isGlobal) return queueGlobalYear(station, when.year, *date, notify);
   MonthRequest request{.fileName = fileNameForStation(*station->stationId, when.year),
                        .station = station,
                        .year = when.year,
@@ -51,9 +54,9 @@ void TideDataProvider::beginGetHighLowTideData(const StationPtr& station, const 
   request.key = onDisk ? fmt::format("{}:{}", request.fileName, request.month) : request.fileName;
   if (!_pendingOperations->begin(request.key)) return;
   if (onDisk) {
-    enqueue(*_loadqueue, [this, request = std::move(request)] { loadFromFile(request); });
+    enqueue(_loadqueue, [this, request = std::move(request)] { loadFromFile(request); });
   } else {
-    enqueue(*_downloadqueue, [this, request = std::move(request)] { downloadFromUrl(request); });
+    enqueue(_downloadqueue, [this, request = std::move(request)] { downloadFromUrl(request); });
   }
 }
 
@@ -73,7 +76,8 @@ void TideDataProvider::loadFromFile(const MonthRequest& request) {
     data = loadDataAtFilePath(request.fileName);
     tooShort = !data || data->size() < bytesOfStoredYear;
   } else {
-    data = files_->loadFile(request.fileName);
+    const Data bytes = files_->loadFile(request.fileName);
+    data = bytes ? documentOfFile(bytes) : nullptr;
     files_->moveFileToSharedContainer(kGroupContainerName, request.fileName);
   }
   std::optional<Events> events;
@@ -102,7 +106,7 @@ void TideDataProvider::loadFromFile(const MonthRequest& request) {
 
 void TideDataProvider::downloadFromUrl(const MonthRequest& request) {
   const StationPtr& station = request.station;
-  loadDataAtURL(
+  downloadAndWait(
       getTideDataEndpointForStation(station, request.year), request.fileName, [&](const Data& data) {
         const bool usable = data && data->size() >= bytesToKeepDownload;
         if (usable) {
@@ -130,7 +134,7 @@ void TideDataProvider::notifyHighLowDataFetchError(UserInfo userInfo) {
 
 void TideDataProvider::postOnMain(void (TideDataProvider::*operation)(UserInfo), const StationPtr& station,
                                   Date date) {
-  enqueue(*host_.mainThread,
+  enqueue(host_.mainThread,
           [this, operation, userInfo = outcome(station, date)] { (this->*operation)(userInfo); });
 }
 
@@ -148,6 +152,7 @@ std::optional<TideDataProvider::Events> TideDataProvider::loadTideEventsForStati
 void TideDataProvider::fetchTideEventsForStation(const StationPtr& station, Date from, Date to,
                                                  EventsCompletion completion) {
   if (!station || !station->stationId) return completion(std::nullopt);
+  if (station->isGlobal) return fetchGlobalTideEventsForStation(station, from, to, std::move(completion));
   const Calendar calendar = calendarForStation(station);
   const std::int64_t fromYear = calendar.components(from).year;
   const std::int64_t toYear = calendar.components(to).year;
@@ -185,10 +190,14 @@ void TideDataProvider::finishRangeFetch(const StationPtr& station, Date from, Da
   const CivilTime last = calendar.components(to);
   files_->saveFileInContainer(kGroupContainerName, fileNameForStation(stationId, first.year), *data);
   diskCache_->evictForStation(stationId);
+  const Data document = documentOfFile(data);
   const auto take = [&](std::int64_t year, int month) {
-    const auto events = getHighLowTideDataFromNSData(data, station, year, month);
+    const auto events = getHighLowTideDataFromNSData(document, station, year, month);
     _cache.addTideData(station->stationId, events, calendar);
-    if (events && !events->empty()) diskCache_->cacheEvents(*events, stationId, year, month);
+    // Of another year the document holds the margin at most, and a month file of that would hide the month.
+    if (events && !events->empty() && year == first.year) {
+      diskCache_->cacheEvents(*events, stationId, year, month);
+    }
   };
   take(first.year, first.month);
   if (!isSameMonth(first, last)) take(last.year, last.month);
@@ -200,9 +209,16 @@ void TideDataProvider::finishRangeFetch(const StationPtr& station, Date from, Da
 
 void TideDataProvider::queueRefreshDataTaskForStation(const StationPtr& station) {
   if (!station || !station->stationId) return;
+  registerIfUnknown(station);
   const std::string key = *station->stationId;
   if (!_pendingOperations->begin(key)) return;
-  enqueue(*_downloadqueue, [this, station, key] { refreshDataForStation(station, key); });
+  enqueue(_downloadqueue, [this, station, key] {
+    if (station->isGlobal) {
+      refreshGlobalStation(station, key);
+    } else {
+      refreshDataForStation(station, key);
+    }
+  });
 }
 
 void TideDataProvider::refreshDataForStation(const StationPtr& station, const std::string& key) {
@@ -210,11 +226,12 @@ void TideDataProvider::refreshDataForStation(const StationPtr& station, const st
   const Calendar calendar = calendarForStation(station);
   const CivilTime when = calendar.components(now);
   const std::string url = getTideDataEndpointForStation(station, when.year);
-  loadDataAtURL(url, fileNameForStation(*station->stationId, when.year), [&](const Data& data) {
+  downloadAndWait(url, fileNameForStation(*station->stationId, when.year), [&](const Data& data) {
     if (data && data->size() >= bytesToUseDownload) {
       diskCache_->evictForStation(*station->stationId);
       const auto events = getHighLowTideDataFromNSData(data, station, when.year, when.month);
       _cache.removeTideData(*station->stationId, when.year, when.month);
+      if (events) forgetFilledMonths(*station->stationId, *events, when.year, calendar);
       _cache.addTideData(station->stationId, events, calendar);
       postOnMain(&TideDataProvider::notifyHighLowDataFetchComplete, station, now);
     } else {
@@ -228,6 +245,22 @@ void TideDataProvider::refreshDataForStation(const StationPtr& station, const st
   });
 }
 
+void TideDataProvider::forgetFilledMonths(const std::string& stationId, const Events& events,
+                                          std::int64_t year, const Calendar& calendar) {
+  // A month and its margins alone fill no other month.
+  if (events.size() <= 2 * TideDataCache::containedAbove) return;
+  for (int month = 1; month <= 12; ++month) {
+    const std::int64_t begin = calendar.instant({year, month, 1, 0, 0, 0});
+    const std::int64_t end = calendar.instant({month < 12 ? year : year + 1, month % 12 + 1, 1, 0, 0, 0});
+    const auto within = std::count_if(events.begin(), events.end(), [&](const TideEvent& event) {
+      return event.timestamp >= begin && event.timestamp < end;
+    });
+    if (static_cast<std::size_t>(within) > TideDataCache::containedAbove) {
+      _cache.removeTideData(stationId, year, month);
+    }
+  }
+}
+
 std::vector<std::string> TideDataProvider::yearsForFavoriteDownload() const {
   const Calendar calendar(host_.deviceTimeZone->current());
   const std::int64_t year = calendar.components(host_.clock->now()).year;
@@ -236,13 +269,18 @@ std::vector<std::string> TideDataProvider::yearsForFavoriteDownload() const {
 
 void TideDataProvider::verifyAndDownloadFavoriteStationData(const StationPtr& station) {
   if (!station || !station->stationId) return;
+  registerIfUnknown(station);
   for (const std::string& yearText : yearsForFavoriteDownload()) {
     const std::int64_t year = lenientInteger(yearText);
+    if (station->isGlobal) {
+      queueGlobalYear(station, year, host_.clock->now(), false);
+      continue;
+    }
     const std::string fileName = fileNameForStation(*station->stationId, year);
     if (files_->fileExistsInContainer(kGroupContainerName, fileName) || files_->fileExists(fileName))
       continue;
     if (!_pendingOperations->begin(fileName)) continue;
-    enqueue(*_downloadqueue,
+    enqueue(_downloadqueue,
             [this, fileName, station, year] { downloadForFavorite(fileName, station, year); });
   }
 }

@@ -6,7 +6,9 @@
 #include "marlune/providers/TideDataProvider.h"
 #include "marlune/providers/YearFileMemo.h"
 #include "marlune/providers/YearFileRules.h"
+#include "marlune/tides/LevelUnits.h"
 #include "marlune/tides/MonthRange.h"
+#include "marlune/tides/TideHighLowParser.h"
 
 // The sections of prediction documents, year files and months of the provider.
 
@@ -22,12 +24,25 @@ std::optional<TideDataProvider::Events> TideDataProvider::getHighLowTideDataFrom
     host_.log->line("[TideDataProvider] Error: Nil parameter passed to getHighLowTideDataFromNSData");
     return std::nullopt;
   }
-  const auto zone = station->getTimezone();
-  const InstantRange range =
-      monthRangeWithMargins(zone ? Calendar(*zone) : calendarForStation(station), year, month);
-  const auto document = yearFiles_->parsed(data);
+  const InstantRange range = monthRangeForStation(station, year, month);
+  const auto document =
+      yearFiles_->parsed(data, [](std::string_view text) { return TideHighLowParser().getElements(text); });
   if (!document) return std::nullopt;
   return document->between(range.begin, range.end);
+}
+
+InstantRange TideDataProvider::monthRangeForStation(const StationPtr& station, std::int64_t year,
+                                                    int month) const {
+  const auto zone = station->getTimezone();
+  return monthRangeWithMargins(zone ? Calendar(*zone) : calendarForStation(station), year, month);
+}
+
+TideDataProvider::Events TideDataProvider::inProviderUnit(const TideStation& station, Events events) const {
+  // The default station names no country.
+  const bool ofTheUnitedStates =
+      !station.isGlobal && station.country.value_or("United States") == "United States";
+  if (ofTheUnitedStates && !tideLevelUnitInMeters()) convertToFeet(events);
+  return events;
 }
 
 int TideDataProvider::GetNumberOfDaysInMonth(std::int64_t month, std::int64_t year) const {
@@ -62,12 +77,25 @@ Data TideDataProvider::loadDataAtFilePath(std::string_view fileName) {
   return path ? yearFiles_->load(*files_->files(), *path) : nullptr;
 }
 
+Data TideDataProvider::documentOfFile(const Data& bytes) {
+  return bytes;
+}
+
 void TideDataProvider::loadDataAtURL(const std::string& url, const std::string& fileName,
                                      DataCompletion completion) {
+  completion(downloadAndKeep(url, fileName, bytesToKeepDownload));
+}
+
+Data TideDataProvider::downloadAndKeep(const std::string& url, const std::string& fileName,
+                                       std::size_t atLeast) {
   const auto begun = host_.clock->monotonic();
-  Data data = fetcher_->fetchAndWait(url);
+  return keepDownload(fetcher_->fetchAndWait(url), fileName, atLeast, begun);
+}
+
+Data TideDataProvider::keepDownload(Data data, const std::string& fileName, std::size_t atLeast,
+                                    std::chrono::nanoseconds begun) {
   const double seconds = std::chrono::duration<double>(host_.clock->monotonic() - begun).count();
-  const bool accepted = data && data->size() >= bytesToKeepDownload;
+  const bool accepted = data && data->size() >= atLeast;
   if (accepted) {
     files_->saveFileInContainer(kGroupContainerName, fileName, *data);
   } else {
@@ -75,7 +103,12 @@ void TideDataProvider::loadDataAtURL(const std::string& url, const std::string& 
   }
   host_.notifications->post({accepted ? notifications::downloaded : notifications::downloadFailed, this,
                              UserInfo{{"filename", fileName}, {"duration", seconds}}});
-  completion(std::move(data));
+  return data;
+}
+
+void TideDataProvider::downloadAndWait(const std::string& url, const std::string& fileName,
+                                       DataCompletion completion) {
+  loadDataAtURL(url, fileName, std::move(completion));
 }
 
 void TideDataProvider::saveDefaultStationFileFromBundle() {
@@ -101,20 +134,29 @@ bool TideDataProvider::loadMonthFromContainer(const StationPtr& station, const s
 bool TideDataProvider::loadMonthFromDocuments(const StationPtr& station, const std::string& fileName,
                                               std::int64_t year, int month, std::optional<Events>& events) {
   if (!files_->fileExists(fileName)) return false;
-  events = getHighLowTideDataFromNSData(files_->loadFile(fileName), station, year, month);
+  const Data bytes = files_->loadFile(fileName);
+  events = getHighLowTideDataFromNSData(bytes ? documentOfFile(bytes) : nullptr, station, year, month);
   _cache.addTideData(station->stationId, events, calendarForStation(station));
   files_->moveFileToSharedContainer(kGroupContainerName, fileName);
   return true;
 }
 
 bool TideDataProvider::populateCacheForStation(const StationPtr& station, std::int64_t year, int month) {
+  FailedYears failed;
+  return populateMonth(station, year, month, failed);
+}
+
+bool TideDataProvider::populateMonth(const StationPtr& station, std::int64_t year, int month,
+                                     FailedYears& failed) {
   if (!station || !station->stationId) return false;
+  registerIfUnknown(station);
   if (_cache.containsTideData(*station->stationId, year, month)) return true;
-  if (const auto stored = diskCache_->cachedEvents(*station->stationId, year, month);
-      stored && !stored->empty()) {
-    _cache.addTideData(station->stationId, stored, calendarForStation(station));
+  if (auto stored = diskCache_->cachedEvents(*station->stationId, year, month); stored && !stored->empty()) {
+    _cache.addTideData(station->stationId, inProviderUnit(*station, std::move(*stored)),
+                       calendarForStation(station));
     return true;
   }
+  if (station->isGlobal) return ensureGlobalYear(station, year, failed);
   const std::string fileName = fileNameForStation(*station->stationId, year);
   std::optional<Events> events;
   if (!loadMonthFromContainer(station, fileName, year, month, events) &&
@@ -130,16 +172,20 @@ std::optional<TideDataProvider::Events> TideDataProvider::tideEventsForStation(c
                                                                                std::int64_t beginTs,
                                                                                std::int64_t endTs) {
   if (!station || !station->stationId) return std::nullopt;
+  registerIfUnknown(station);
   std::optional<Events> events;
-  const MonthList cached = _cache.getTideData(*station->stationId, year, month);
-  if (!cached || cached->size() <= eventsToUseMonth) {
+  MonthList cached = _cache.getTideData(*station->stationId, year, month);
+  const bool usable = cached && cached->size() > eventsToUseMonth;
+  if (!usable && station->isGlobal) {
+    if (ensureGlobalYearCached(station, year)) cached = _cache.getTideData(*station->stationId, year, month);
+  } else if (!usable) {
     const std::string fileName = fileNameForStation(*station->stationId, year);
     const bool onDisk = loadMonthFromContainer(station, fileName, year, month, events) ||
                         loadMonthFromDocuments(station, fileName, year, month, events);
     // A file without a single event of the month is as good as none: an error page that was large enough to
     // be kept would otherwise stay for ever.
     if (!onDisk || !events || events->empty()) {
-      loadDataAtURL(getTideDataEndpointForStation(station, year), fileName, [&](const Data& data) {
+      downloadAndWait(getTideDataEndpointForStation(station, year), fileName, [&](const Data& data) {
         if (!data || data->size() < bytesToUseDownload) return;
         events = getHighLowTideDataFromNSData(data, station, year, month);
         _cache.addTideData(station->stationId, events, calendarForStation(station));
@@ -161,9 +207,8 @@ MonthList TideDataProvider::getTideData(std::string_view stationId, std::int64_t
 std::optional<TideDataProvider::Events> TideDataProvider::getTideDataByTimestamp(std::string_view stationId,
                                                                                  std::int64_t begin,
                                                                                  std::int64_t end) {
-  if (const StationPtr station = getTideStationById(stationId))
-    return getTideDataByTimestamp(station, begin, end);
-  return rangeFromMemory(nullptr, stationId, begin, end);
+  FailedYears failed;
+  return rangeFromMemory(getTideStationById(stationId), stationId, begin, end, failed);
 }
 
 std::optional<TideDataProvider::Events> TideDataProvider::getTideDataByTimestamp(const StationPtr& station,
@@ -171,21 +216,23 @@ std::optional<TideDataProvider::Events> TideDataProvider::getTideDataByTimestamp
                                                                                  std::int64_t end) {
   if (!station || !station->stationId) return std::nullopt;
   loadStationData();
-  return rangeFromMemory(station, *station->stationId, begin, end);
+  FailedYears failed;
+  return rangeFromMemory(station, *station->stationId, begin, end, failed);
 }
 
 std::optional<TideDataProvider::Events> TideDataProvider::rangeFromMemory(const StationPtr& station,
                                                                           std::string_view stationId,
                                                                           std::int64_t begin,
-                                                                          std::int64_t end) {
+                                                                          std::int64_t end,
+                                                                          FailedYears& failed) {
   const Calendar calendar = calendarForStation(station);
   const CivilTime first = calendar.components(begin);
   const CivilTime last = calendar.components(end);
-  populateCacheForStation(station, first.year, first.month);
+  populateMonth(station, first.year, first.month, failed);
   if (isSameMonth(first, last)) {
     if (!_cache.getTideData(stationId, first.year, first.month)) return std::nullopt;
   } else {
-    populateCacheForStation(station, last.year, last.month);
+    populateMonth(station, last.year, last.month, failed);
   }
   return eventsOfMonths(stationId, first, last, begin, end);
 }

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "marlune/tides/TideHighLowParser.h"
-
 namespace marlune {
 
 namespace {
@@ -39,40 +37,50 @@ std::vector<TideEvent> YearEvents::between(std::int64_t begin, std::int64_t end)
   return events;
 }
 
-Data YearFileMemo::load(FileSystem& files, const std::string& path) {
+Data YearFileMemo::load(FileSystem& files, const std::string& path, const Open& open) {
   // Taken before the bytes: if the file is replaced in between, the next identity differs and it is read
   // again.
   const auto identity = files.identity(path);
   if (identity && identity->settled) {
     const std::lock_guard lock(mutex_);
     for (const File& file : files_) {
-      if (file.path == path && file.identity.settled && file.identity.sameAs(*identity)) return file.data;
+      if (file.path == path && file.identity.settled && file.identity.sameAs(*identity)) return file.document;
     }
   }
-  auto bytes = files.read(path);
-  const std::lock_guard lock(mutex_);
-  const auto known =
-      std::find_if(files_.begin(), files_.end(), [&](const File& file) { return file.path == path; });
-  Data data;
-  if (bytes && known != files_.end() && *known->data == *bytes) {
-    data = known->data;
-  } else if (bytes) {
-    data = makeData(std::move(*bytes));
+  auto read = files.read(path);
+  Data bytes = read ? makeData(std::move(*read)) : nullptr;
+  Data document;
+  bool isKnown = false;
+  {
+    const std::lock_guard lock(mutex_);
+    const auto known =
+        std::find_if(files_.begin(), files_.end(), [&](const File& file) { return file.path == path; });
+    if (known != files_.end()) {
+      isKnown = bytes && *known->bytes == *bytes;
+      if (isKnown) {
+        bytes = known->bytes;
+        document = known->document;
+      }
+      files_.erase(known);
+    }
   }
-  if (known != files_.end()) files_.erase(known);
-  if (data && identity) keepRecent(files_, {path, *identity, data});
-  return data;
+  if (!isKnown) document = bytes && open ? open(bytes) : bytes;
+  if (bytes && identity) {
+    const std::lock_guard lock(mutex_);
+    std::erase_if(files_, [&](const File& file) { return file.path == path; });
+    keepRecent(files_, {path, *identity, bytes, document});
+  }
+  return document;
 }
 
-YearFileMemo::Events YearFileMemo::parsed(const Data& document) {
+YearFileMemo::Events YearFileMemo::parsed(const Data& document, const Parse& parse) {
   {
     const std::lock_guard lock(mutex_);
     for (const Document& known : documents_) {
       if (known.data == document) return known.events;
     }
   }
-  TideHighLowParser parser;
-  auto events = parser.getElements(*document);
+  auto events = parse(*document);
   Events result;
   if (events) result = std::make_shared<const YearEvents>(std::move(*events));
   const std::lock_guard lock(mutex_);

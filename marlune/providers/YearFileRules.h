@@ -7,6 +7,7 @@
 namespace marlune::year_file_rules {
 
 inline constexpr std::size_t bytesToKeepDownload = 2501;  ///< a year download, to be kept
+inline constexpr std::size_t bytesToKeepArchive = 51;     ///< a download of a packed year, to be kept
 inline constexpr std::size_t bytesOfStoredYear = 2500;    ///< a year file, to be parsed by a month request
 inline constexpr std::size_t bytesOfRangeTransfer = 251;  ///< a range fetch's transfer, to be kept
 inline constexpr std::size_t bytesOfFavorite = 51;        ///< a favourite's download, to be kept

@@ -6,10 +6,15 @@
 ///     auto& provider = marlune::TideDataProvider::Instance();
 
 #include "marlune/composition/Doors.h"
+#include "marlune/global/PelagoraService.h"
 #include "marlune/global/TideEventDiskCache.h"
 #include "marlune/platform/Host.h"
 #include "marlune/platform/linux/LinuxHost.h"
 #include "marlune/providers/TideDataProvider.h"
+#include "marlune/providers/TideDataProviderAus.h"
+#include "marlune/providers/TideDataProviderUK.h"
+#include "marlune/search/TideStationSearchProvider.h"
+#include "marlune/storage/FavoriteListManager.h"
 #include "marlune/storage/FileAccess.h"
 #include "marlune/tides/TTEvent.h"
 #include "marlune/tides/TideCurve.h"

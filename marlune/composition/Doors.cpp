@@ -3,29 +3,74 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <utility>
 
+#include "marlune/global/PelagoraService.h"
 #include "marlune/global/TideEventDiskCache.h"
 #include "marlune/platform/linux/LinuxHost.h"
 #include "marlune/providers/TideDataProvider.h"
+#include "marlune/providers/TideDataProviderAus.h"
+#include "marlune/providers/TideDataProviderUK.h"
+#include "marlune/search/TideStationSearchProvider.h"
+#include "marlune/storage/FavoriteListManager.h"
 #include "marlune/storage/FileAccess.h"
 
 namespace marlune {
 
 namespace {
 
-/// What stands behind the doors of the process, put together here and nowhere else.
-struct House {
+/// What stands behind the doors of the process, put together here and nowhere else. The favourites and the
+/// provider call each other, each through functions that know where the other is.
+class House {
+ public:
   explicit House(Host installed)
       : host(std::move(installed)),
         files(std::make_shared<FileAccess>(host.folders, host.files)),
         diskCache(std::make_shared<TideEventDiskCache>(files)),
-        provider(std::make_unique<TideDataProvider>(host, files, diskCache)) {}
+        globalService(std::make_shared<PelagoraService>(host, files)),
+        favorites(std::make_unique<FavoriteListManager>(files, host.notifications, stationsForFavorites())),
+        provider(providerOfRegion(host.application->region().value_or(""))) {}
+
+  /// Made when it is first asked for: from then on it indexes whatever is loaded.
+  TideStationSearchProvider& search() {
+    std::call_once(searchMade_, [this] {
+      search_ = std::make_unique<TideStationSearchProvider>(
+          host, SearchableStations{[this] { return provider->getAllTideStations(); },
+                                   [this] { provider->loadGlobalStationPointsIfNeeded(); },
+                                   [this] { return provider->getSearchableGlobalStations(); }});
+    });
+    return *search_;
+  }
 
   const Host host;
   const std::shared_ptr<FileAccess> files;
   const std::shared_ptr<TideEventDiskCache> diskCache;
+  const std::shared_ptr<PelagoraService> globalService;
+  const std::unique_ptr<FavoriteListManager> favorites;
   const std::unique_ptr<TideDataProvider> provider;
+
+ private:
+  std::unique_ptr<TideDataProvider> providerOfRegion(const std::string& region) {
+    if (region == "aus") return make<TideDataProviderAus>();
+    if (region == "worldwide") return make<TideDataProviderUK>();
+    return make<TideDataProvider>();
+  }
+  template <class Provider>
+  std::unique_ptr<TideDataProvider> make() {
+    return std::make_unique<Provider>(
+        host, files, diskCache, globalService,
+        FavoriteHooks{[this] { favorites->LoadFromDisk(); }, [this] { favorites->SaveToDisk(); }});
+  }
+  FavoriteStations stationsForFavorites() {
+    using StationPtr = std::shared_ptr<TideStation>;
+    return {[this](const std::string& stationId) { return provider->getTideStationById(stationId); },
+            [this](const StationPtr& station) { provider->registerGlobalStation(station); },
+            [this](const StationPtr& station) { provider->verifyAndDownloadFavoriteStationData(station); }};
+  }
+
+  std::once_flag searchMade_;
+  std::unique_ptr<TideStationSearchProvider> search_;
 };
 
 struct Entrance {
@@ -71,6 +116,18 @@ TideDataProvider& TideDataProvider::Instance() {
 
 TideEventDiskCache& TideEventDiskCache::shared() {
   return *house().diskCache;
+}
+
+PelagoraService& PelagoraService::shared() {
+  return *house().globalService;
+}
+
+FavoriteListManager& FavoriteListManager::Instance() {
+  return *house().favorites;
+}
+
+TideStationSearchProvider& TideStationSearchProvider::shared() {
+  return house().search();
 }
 
 }  // namespace marlune

@@ -23,6 +23,16 @@ std::string defaultResourcesFolder() {
   return MARLUNE_SOURCE_RESOURCES;
 }
 
+// Only the services read this table, so a resource folder of somebody's own need not hold it.
+std::string worldTableFor(const std::string& folder) {
+  const std::string name = "/" + std::string(WorldStations::kFileName);
+  for (const std::string& one : {folder, std::string(MARLUNE_INSTALLED_RESOURCES)}) {
+    std::error_code ignored;
+    if (std::filesystem::exists(one + name, ignored)) return one + name;
+  }
+  return MARLUNE_SOURCE_RESOURCES + name;
+}
+
 }  // namespace
 
 struct LocalServices::State {
@@ -49,8 +59,10 @@ bool LocalServices::State::load() {
       options.resourcesFolder.empty() ? defaultResourcesFolder() : options.resourcesFolder;
   auto stations = StationCatalogue::load(catalogueIn(folder), error);
   if (!stations) return false;
-  usual = makeServices({std::make_shared<const HarmonicDatabase>(std::move(*harmonics)),
-                        std::make_shared<const StationCatalogue>(std::move(*stations)), folder});
+  const auto database = std::make_shared<const HarmonicDatabase>(std::move(*harmonics));
+  const auto world = std::make_shared<const WorldTable>(worldTableFor(folder), database);
+  usual = makeServices({database, std::make_shared<const StationCatalogue>(std::move(*stations)), world,
+                        std::make_shared<const RegionalPorts>(folder, world)});
   return true;
 }
 

@@ -5,8 +5,10 @@
 #include <vector>
 
 #include "services/HarmonicDatabase.h"
+#include "services/RegionalPorts.h"
 #include "services/Service.h"
 #include "services/StationCatalogue.h"
+#include "services/WorldStations.h"
 
 namespace marlune::services {
 
@@ -14,7 +16,8 @@ namespace marlune::services {
 struct ServiceData {
   std::shared_ptr<const HarmonicDatabase> harmonics;
   std::shared_ptr<const StationCatalogue> stations;
-  std::string resourcesFolder;
+  std::shared_ptr<const WorldTable> world;
+  std::shared_ptr<const RegionalPorts> ports;
 };
 
 /// Every service there is. A new one has a file pair of its own and is named here.

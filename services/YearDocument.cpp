@@ -8,31 +8,10 @@
 #include <fmt/compile.h>
 #include <fmt/format.h>
 
+#include "services/XmlText.h"
+
 namespace marlune::services {
 namespace {
-
-std::string escaped(std::string_view text) {
-  std::string out;
-  for (const char c : text) {
-    switch (c) {
-      case '&':
-        out += "&amp;";
-        break;
-      case '<':
-        out += "&lt;";
-        break;
-      case '>':
-        out += "&gt;";
-        break;
-      case '"':
-        out += "&quot;";
-        break;
-      default:
-        out.push_back(c);
-    }
-  }
-  return out;
-}
 
 std::int64_t startOf(int year, const cctz::time_zone& zone) {
   return cctz::convert(cctz::civil_second(year, 1, 1), zone).time_since_epoch().count();
@@ -62,7 +41,7 @@ std::optional<std::string> yearDocument(const HarmonicDatabase& database, const 
   fmt::format_to(std::back_inserter(out),
                  "<s id=\"{}\" name=\"{}, {}\" year=\"{}\" unit=\"ft\" note=\"Development data. NOT FOR "
                  "NAVIGATION.\"/>\n",
-                 escaped(station.id), escaped(station.name), escaped(station.state), year);
+                 escapedXml(station.id), escapedXml(station.name), escapedXml(station.state), year);
   for (const TideExtreme& extreme : extremes) {
     // Rounded here, so that what rounds to zero has no sign.
     const double level = static_cast<double>(std::llround(extreme.level * 1000)) / 1000;

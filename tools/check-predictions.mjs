@@ -11,13 +11,13 @@
 import { execFileSync } from "node:child_process";
 import { stationsById } from "@neaps/tide-database";
 import { astro, constituents as models, createTidePredictor } from "@neaps/tide-predictor";
+import { match, percentile95, spread } from "./compare-extremes.mjs";
 
 const [program, yearText, ...numbers] = process.argv.slice(2);
 const year = +yearText;
 const start = new Date(Date.UTC(year, 0, 1));
 const end = new Date(Date.UTC(year + 1, 0, 1));
 const middle = new Date(Date.UTC(year, 6, 2));
-const matchWithin = 90 * 60; // seconds
 
 const ask = (...args) => JSON.parse(execFileSync(program, args, { maxBuffer: 1 << 26 }));
 const eventsOf = (data) => data.extremes.map(([time, level, high]) => ({ time, level, high }));
@@ -43,27 +43,7 @@ function definedAlike(ours) {
   return Math.abs(turn) < 0.5 && Math.abs(f - ours.factor) < 0.005 && Math.abs(model.speed - ours.speed) < 1e-5;
 }
 
-// A pair is a high with a high (a low with a low) that are each other's nearest.
-function match(ours, theirs) {
-  const nearest = (event, list) =>
-    list.reduce((best, e) => (e.high === event.high &&
-      (!best || Math.abs(e.time - event.time) < Math.abs(best.time - event.time)) ? e : best), undefined);
-  return ours.flatMap((event) => {
-    const other = nearest(event, theirs);
-    return other && Math.abs(other.time - event.time) <= matchWithin && nearest(other, ours) === event
-      ? [{ minutes: (event.time - other.time) / 60, centimetres: (event.level - other.level) * 100 }] : [];
-  });
-}
-
-function spread(values) {
-  const sizes = values.map(Math.abs).sort((a, b) => a - b);
-  const at = (q) => sizes[Math.min(sizes.length - 1, Math.floor(q * sizes.length))];
-  const mean = values.reduce((a, b) => a + b, 0) / values.length;
-  return [at(0.5), at(0.95), sizes.at(-1), mean].map((x) => x.toFixed(2)).join(" ");
-}
-
 const nearMiddle = (e) => Math.abs(e.time - middle / 1000) < 10 * 86400;
-const percentile95 = (values) => values.map(Math.abs).sort((a, b) => a - b)[Math.floor(0.95 * values.length)];
 let failed = false;
 console.log("station run | ours theirs matched | minutes: median 95% max mean | cm: median 95% max mean");
 for (const number of numbers) {

@@ -17,6 +17,22 @@ std::string Chart::levelText(double level) const {
   return fmt::format("{:.{}f}", rounded == 0 ? 0.0 : rounded, unit == "m" ? 2 : 1);
 }
 
+std::vector<Chart::Division> Chart::divisions() const {
+  std::vector<Division> divisions;
+  for (std::size_t day = 0; day < days(); ++day) {
+    std::string name = dayText(zone, midnights[day]);
+    if (!drawnByMonth()) {
+      divisions.push_back({midnights[day], midnights[day + 1], std::move(name)});
+    } else if (const CivilTime local = zone.civil(midnights[day]); divisions.empty() || local.day == 1) {
+      const std::size_t year = name.rfind(' ');
+      divisions.push_back({midnights[day], midnights[day + 1], name.substr(name.rfind(' ', year - 1) + 1)});
+    } else {
+      divisions.back().end = midnights[day + 1];
+    }
+  }
+  return divisions;
+}
+
 std::string Chart::subtitle() const {
   const std::int64_t lastDay = midnights[days() - 1];
   std::string text = dayText(zone, begin());

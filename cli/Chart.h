@@ -32,6 +32,20 @@ struct Chart {
   std::optional<Mark> mark;
   std::string note;  ///< what a reader must know, or empty
 
+  /// A stretch of the time axis with a name of its own.
+  struct Division {
+    std::int64_t begin = 0;
+    std::int64_t end = 0;
+    std::string name;  ///< "Thu 5 Mar 2026" or "Mar 2026"; its last words may be left out
+  };
+
+  /// More days than this are drawn by months, without dots and times of their own for the events.
+  static constexpr std::size_t mostDaysApart = 31;
+
+  bool drawnByMonth() const { return days() > mostDaysApart; }
+  /// The days, or the months, in their order.
+  std::vector<Division> divisions() const;
+
   std::int64_t begin() const { return midnights.front(); }
   std::int64_t end() const { return midnights.back(); }
   std::size_t days() const { return midnights.size() - 1; }

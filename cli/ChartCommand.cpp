@@ -77,6 +77,18 @@ Events gather(TideDataProvider& provider, const StationPtr& station, std::int64_
   return events;
 }
 
+/// Brings levels into the provider's unit: the worldwide service answers in its own.
+void drawInUnitOf(const TideDataProvider& provider, Chart& chart, Events& events) {
+  const bool metres = provider.tideLevelUnitInMeters();
+  chart.unit = metres ? "m" : "ft";
+  constexpr double metresInFoot = 0.3048;
+  for (TideEvent& event : events) {
+    if (event.tideLevelInMeters == metres) continue;
+    event.tidelevel = metres ? event.tidelevel * metresInFoot : event.tidelevel / metresInFoot;
+    event.tideLevelInMeters = metres;
+  }
+}
+
 /// The curve over the days: from edge to edge where it has neighbours beyond, else from its first to its last
 /// event.
 std::vector<Chart::Point> lineOver(TideDataProvider& provider, const Events& all, const Chart& chart) {
@@ -126,14 +138,15 @@ void saveFile(const std::string& path, std::string_view bytes) {
   }
 }
 
-Answer answerOf(Chart chart, const Call& call) {
+/// `found`: the events as the library gave them.
+Answer answerOf(Chart chart, Events found, const Call& call) {
   const auto shared = std::make_shared<const Chart>(std::move(chart));
   std::string svgPath;
   if (const auto* path = call.option("--svg")) {
     svgPath = std::get<std::string>(*path);
     saveFile(svgPath, drawSvg(*shared));
   }
-  return {[shared](JsonWriter& json) { writeEvents(json, shared->events); },
+  return {[events = std::move(found)](JsonWriter& json) { writeEvents(json, events); },
           [shared, svgPath] {
             const bool colour = colourWanted();
             if (svgPath.empty()) return drawInTerminal(*shared, terminalColumns(), colour);
@@ -164,15 +177,16 @@ Answer chart(Context& context, const Call& call) {
   chart.zone = calendar.timeZone();
   chart.midnights =
       midnightsFrom(calendar, instant, days == nullptr ? kDefaultDays : std::get<std::int64_t>(*days));
-  const Events all = gather(provider, station, chart.begin(), chart.end());
-  chart.events = provider.filterEventsToDate(all, chart.begin(), chart.end() - 1);
-  if (chart.events.empty()) {
+  Events all = gather(provider, station, chart.begin(), chart.end());
+  Events found = provider.filterEventsToDate(all, chart.begin(), chart.end() - 1);
+  if (found.empty()) {
     return nothing(
         fmt::format("No tides of these days for {}: the disk does not hold them and the tide service "
                     "did not give them (is it reachable? --local needs no network).",
                     chart.title));
   }
-  chart.unit = unitOf(chart.events.front(), {chart.zone, provider.tideLevelUnitInMeters()});
+  drawInUnitOf(provider, chart, all);
+  chart.events = provider.filterEventsToDate(all, chart.begin(), chart.end() - 1);
   chart.line = lineOver(provider, all, chart);
   const std::int64_t marked = wholeSecondsOf(instant);
   if (marked >= chart.line.front().time && marked <= chart.line.back().time && marked != chart.begin()) {
@@ -180,7 +194,7 @@ Answer chart(Context& context, const Call& call) {
                   {marked, provider.interopolateTideLevel(all, static_cast<double>(marked))}};
   }
   if (session.local()) chart.note = "Predictions for planning; not for navigation.";
-  return answerOf(std::move(chart), call);
+  return answerOf(std::move(chart), std::move(found), call);
 }
 
 }  // namespace
@@ -188,8 +202,8 @@ Answer chart(Context& context, const Call& call) {
 std::vector<Command> chartCommands() {
   return {
       {"chart",
-       {{"ID"}, {"INSTANT", Kind::instant, Argument::Presence::optional}},
-       {{"--days", "N", Kind::days, "how many days, 1 to 31 (3)"},
+       {{"ID", Kind::station}, {"INSTANT", Kind::instant, Argument::Presence::optional}},
+       {{"--days", "N", Kind::days, "how many days, 1 to 366 (3)"},
         {"--svg", "FILE", Kind::text, "draw a picture instead"}},
        "draw the tide of a station from the day of INSTANT (now) on",
        Place::worker,

@@ -61,7 +61,7 @@ class SvgPlot {
 
   std::string draw() {
     open();
-    drawDays();
+    drawDivisions();
     drawLevels();
     drawHours();
     drawCurve();
@@ -116,20 +116,23 @@ class SvgPlot {
     text("sub", kLeft, 56, chart_.subtitle());
   }
 
-  void drawDays() {
-    for (std::size_t day = 0; day < chart_.days(); ++day) {
-      const double left = x(chart_.midnights[day]);
-      const double span = x(chart_.midnights[day + 1]) - left;
-      if (day % 2 == 0) {
+  void drawDivisions() {
+    bool shaded = false;
+    for (const auto& division : chart_.divisions()) {
+      const double left = x(division.begin);
+      const double span = x(division.end) - left;
+      shaded = !shaded;
+      if (shaded) {
         svg_ += fmt::format(
             "<rect x=\"{:.1f}\" y=\"{:.1f}\" width=\"{:.1f}\" height=\"{:.1f}\" fill=\"#f5f8fb\"/>\n", left,
             kTop, span, bottom() - kTop);
       }
-      if (day > 0) line("night", left, kTop, left, bottom() + 30);
-      std::string name = dayText(chart_.zone, chart_.midnights[day]);
+      if (left > kLeft) line("night", left, kTop, left, bottom() + 30);
+      std::string name = division.name;
       while (static_cast<double>(name.size()) * 8 > span && name.find(' ') != std::string::npos) {
         name.resize(name.rfind(' '));
       }
+      if (chart_.drawnByMonth() && static_cast<double>(name.size()) * 8 > span) continue;
       text("day middle", left + span / 2, bottom() + 40, name);
     }
   }
@@ -143,6 +146,7 @@ class SvgPlot {
 
   void drawHours() {
     line("datum", kLeft, bottom(), right(), bottom());
+    if (chart_.drawnByMonth()) return;
     for (const auto tick : timeTicks(chart_, hoursBetweenTicks(dayWidth(), 44))) {
       line("datum", x(tick), bottom(), x(tick), bottom() + 5);
       text("axis middle", x(tick), bottom() + 20, clockText(chart_.zone, tick));
@@ -157,8 +161,8 @@ class SvgPlot {
     svg_ += fmt::format("<path d=\"{} L{:.1f},{:.1f} L{:.1f},{:.1f} Z\" fill=\"url(#water)\"/>\n", path,
                         x(chart_.line.back().time), bottom(), x(chart_.line.front().time), bottom());
     svg_ += fmt::format(
-        "<path d=\"{}\" fill=\"none\" stroke=\"#1f6fb2\" stroke-width=\"2.4\" stroke-linejoin=\"round\"/>\n",
-        path);
+        "<path d=\"{}\" fill=\"none\" stroke=\"#1f6fb2\" stroke-width=\"{}\" stroke-linejoin=\"round\"/>\n",
+        path, chart_.drawnByMonth() ? "0.8" : "2.4");
   }
 
   void drawMark() {
@@ -172,6 +176,7 @@ class SvgPlot {
 
   /// A dot each; time and level beside it where the one before leaves room.
   void drawEvents() {
+    if (chart_.drawnByMonth()) return;
     double free[2] = {-std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()};
     for (const auto& event : chart_.events) {
       const double centre = x(event.timestamp);

@@ -122,7 +122,11 @@ class Canvas {
 class TerminalPlot {
  public:
   TerminalPlot(const Chart& chart, int columns)
-      : chart_(chart), scale_(chart, 5), canvas_(columns, kRows), labels_(columns, 2) {
+      : chart_(chart),
+        divisions_(chart.divisions()),
+        scale_(chart, 5),
+        canvas_(columns, kRows),
+        labels_(columns, 2) {
     drawGround();
     drawCurve();
     drawMark();
@@ -145,7 +149,7 @@ class TerminalPlot {
     }
     std::string axis(kAxisWidth - 1, ' ');
     axis += "└";
-    const auto columns = tickColumns();
+    const std::vector<int> columns = tickColumns();
     for (int column = 0; column < canvas_.columns(); ++column) {
       axis += std::find(columns.begin(), columns.end(), column) == columns.end() ? "─" : "┴";
     }
@@ -181,6 +185,10 @@ class TerminalPlot {
 
   std::vector<int> tickColumns() const {
     std::vector<int> columns;
+    if (chart_.drawnByMonth()) {
+      for (const auto& division : divisions_) columns.push_back(columnOf(division.begin));
+      return columns;
+    }
     for (const auto tick : timeTicks(chart_, tickHours())) columns.push_back(columnOf(tick));
     return columns;
   }
@@ -189,8 +197,9 @@ class TerminalPlot {
     for (const double tick : scale_.ticks()) {
       for (int column = 0; column < canvas_.columns(); ++column) canvas_.ground(column, rowOf(tick), U'┈');
     }
-    for (std::size_t day = 1; day < chart_.days(); ++day) {
-      for (int row = 0; row < kRows; ++row) canvas_.ground(columnOf(chart_.midnights[day]), row, U'┊');
+    for (const auto& division : divisions_) {
+      if (division.begin == chart_.begin()) continue;
+      for (int row = 0; row < kRows; ++row) canvas_.ground(columnOf(division.begin), row, U'┊');
     }
   }
 
@@ -218,6 +227,7 @@ class TerminalPlot {
   }
 
   void drawEvents() {
+    if (chart_.drawnByMonth()) return;
     for (const auto& event : chart_.events) {
       const Ink ink = event.isHighTide ? Ink::high : Ink::low;
       canvas_.put(columnOf(event.timestamp), rowOf(event.tidelevel), U'●', ink);
@@ -239,34 +249,44 @@ class TerminalPlot {
   }
 
   void labelTime() {
+    if (!chart_.drawnByMonth()) labelHours();
+    // All in one form: as many words of it as fit the narrowest that can hold any.
+    std::size_t words = 4;
+    for (const auto& division : divisions_) {
+      if (chart_.drawnByMonth() && widthOf(division) < 5) continue;
+      while (words > 0 && static_cast<int>(firstWords(division, words).size()) > widthOf(division) - 2)
+        --words;
+    }
+    for (const auto& division : divisions_) {
+      const std::string name = firstWords(division, words);
+      const int room = widthOf(division) - static_cast<int>(name.size());
+      if (room >= 0) labels_.write(columnOf(division.begin) + room / 2, 1, name, Ink::plain);
+    }
+  }
+
+  void labelHours() {
     for (const auto tick : timeTicks(chart_, tickHours())) {
       const std::string hour = clockText(chart_.zone, tick).substr(0, 2);
       if (labels_.isFree(columnOf(tick), 0, 2) && columnOf(tick) + 2 <= labels_.columns()) {
         labels_.write(columnOf(tick), 0, hour, Ink::faint);
       }
     }
-    // All days in one form: as many words of it as fit the narrowest.
-    const int width = static_cast<int>(dayWidth());
-    std::size_t words = 4;
-    for (std::size_t day = 0; day < chart_.days(); ++day) {
-      while (words > 0 && static_cast<int>(dayName(day, words).size()) > width - 2) --words;
-    }
-    for (std::size_t day = 0; day < chart_.days(); ++day) {
-      const std::string name = dayName(day, words);
-      const int left = columnOf(chart_.midnights[day]) + (width - static_cast<int>(name.size())) / 2;
-      labels_.write(left, 1, name, Ink::plain);
-    }
   }
 
-  /// The first words of "Thu 5 Mar 2026".
-  std::string dayName(std::size_t day, std::size_t words) const {
-    std::string name = dayText(chart_.zone, chart_.midnights[day]);
-    for (std::size_t count = 4; count > words; --count)
-      name.resize(name.find(' ') == std::string::npos ? 0 : name.rfind(' '));
-    return name;
+  int widthOf(const Chart::Division& division) const {
+    return columnOf(division.end) - columnOf(division.begin);
+  }
+
+  /// The first words of a division's name, "Thu 5" of "Thu 5 Mar 2026".
+  static std::string firstWords(const Chart::Division& division, std::size_t words) {
+    std::size_t end = 0;
+    for (std::size_t count = 0; count < words && end < division.name.size(); ++count)
+      end = std::min(division.name.find(' ', end + 1), division.name.size());
+    return division.name.substr(0, end);
   }
 
   const Chart& chart_;
+  const std::vector<Chart::Division> divisions_;
   const LevelScale scale_;
   Canvas canvas_;
   Canvas labels_;

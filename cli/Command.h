@@ -22,10 +22,11 @@ struct Call;
 /// What a word of a call must be.
 enum class Kind {
   text,
+  station,  ///< the id of a station that the command looks up
   number,   ///< a finite decimal number
   integer,  ///< a 64-bit whole number
   count,    ///< a whole number from 0 on
-  days,     ///< a whole number from 1 to 31
+  days,     ///< a whole number from 1 to 366
   year,     ///< a 32-bit whole number, as is a month: the library says what is one
   month,
   instant,
@@ -34,7 +35,8 @@ enum class Kind {
 };
 
 struct Argument {
-  enum class Presence { required, optional };
+  /// Repeated: any number of words, none included; for the last argument.
+  enum class Presence { required, optional, repeated };
   std::string_view name;
   Kind kind = Kind::text;
   Presence presence = Presence::required;
@@ -107,9 +109,12 @@ std::span<const Command> allCommands();
 
 /// The commands of each file.
 std::vector<Command> stationsCommands();
+std::vector<Command> globalCommands();
+std::vector<Command> favoritesCommands();
 std::vector<Command> tidesCommands();
 std::vector<Command> curveCommands();
 std::vector<Command> monthsCommands();
+std::vector<Command> archiveCommands();
 std::vector<Command> defaultsCommands();
 std::vector<Command> chartCommands();
 std::vector<Command> shellCommands();

@@ -134,6 +134,7 @@ Call::Value valueOf(Kind kind, std::string_view name, const std::string& word) {
   constexpr auto most = std::numeric_limits<std::int64_t>::max();
   switch (kind) {
     case Kind::text:
+    case Kind::station:
       break;
     case Kind::number:
       if (const auto number = parseNumber(word)) return *number;
@@ -143,7 +144,7 @@ Call::Value valueOf(Kind kind, std::string_view name, const std::string& word) {
     case Kind::count:
       return whole(0, most, "a whole number from 0 on");
     case Kind::days:
-      return whole(1, 31, "a whole number from 1 to 31");
+      return whole(1, 366, "a whole number from 1 to 366");
     case Kind::year:
       return whole(INT32_MIN, INT32_MAX, "a year like 2026");
     case Kind::month:
@@ -255,12 +256,15 @@ void takeArguments(Call& call, std::span<const std::string> words) {
     throw WrongCall(
         fmt::format("{} is missing: marlune {}", command.arguments[words.size()].name, usageOf(command)));
   }
-  if (words.size() > command.arguments.size()) {
+  const bool repeats =
+      !command.arguments.empty() && command.arguments.back().presence == Argument::Presence::repeated;
+  if (words.size() > command.arguments.size() && !repeats) {
     throw WrongCall(fmt::format("\"{}\" is one word too many: marlune {} (quote what holds blanks)",
                                 words[command.arguments.size()], usageOf(command)));
   }
   for (std::size_t i = 0; i < words.size(); ++i) {
-    call.values.push_back(valueOf(command.arguments[i].kind, command.arguments[i].name, words[i]));
+    const Argument& argument = command.arguments[std::min(i, command.arguments.size() - 1)];
+    call.values.push_back(valueOf(argument.kind, argument.name, words[i]));
   }
 }
 

@@ -12,8 +12,8 @@ namespace {
 
 std::vector<Command> joinTables() {
   std::vector<Command> all;
-  for (auto* table : {chartCommands, stationsCommands, tidesCommands, curveCommands, monthsCommands,
-                      defaultsCommands, shellCommands}) {
+  for (auto* table : {chartCommands, stationsCommands, globalCommands, favoritesCommands, tidesCommands,
+                      curveCommands, monthsCommands, archiveCommands, defaultsCommands, shellCommands}) {
     auto commands = table();
     std::move(commands.begin(), commands.end(), std::back_inserter(all));
   }
@@ -40,13 +40,16 @@ constexpr std::string_view kOpening =
     "  marlune [OPTIONS] COMMAND [ARGUMENTS]\n\n"
     "Try:  marlune --local chart 398997177        the tide of a station, drawn\n"
     "      marlune stations near 36.95 -122.02    stations close to a place\n"
+    "      marlune --local stations search \"bay\"  stations all over the world, by name\n"
     "      marlune stations --help                one group of commands\n";
 
 constexpr std::string_view kClosing =
     "INSTANT, FROM, TO, BEGIN, END, AT and AFTER are ISO 8601 with a zone (2026-03-05T12:00:00Z,\n"
     "2026-03-05T23:00:00+11:00) or seconds since 1970. EVENTS is a file with a JSON array of event objects, "
     "or\n"
-    "@ID,FROM,TO for what `tides fetch` gives.\n\n"
+    "@ID,FROM,TO for what `tides fetch` gives. An ID that begins with global_ is a worldwide point; in the "
+    "shell,\n"
+    "`global load` makes them known.\n\n"
     "Downloads that a command has queued are waited for, a minute at most, before the process ends; the "
     "shell\n"
     "ends at once (wait with `idle`).\n\n"
@@ -72,8 +75,17 @@ std::string usageOf(const Command& command) {
   std::string usage(command.words);
   if (command.takesCommand) usage += " COMMAND ...";
   for (const Argument& argument : command.arguments) {
-    const bool required = argument.presence == Argument::Presence::required;
-    usage += required ? fmt::format(" {}", argument.name) : fmt::format(" [{}]", argument.name);
+    switch (argument.presence) {
+      case Argument::Presence::required:
+        usage += fmt::format(" {}", argument.name);
+        break;
+      case Argument::Presence::optional:
+        usage += fmt::format(" [{}]", argument.name);
+        break;
+      case Argument::Presence::repeated:
+        usage += fmt::format(" [{}...]", argument.name);
+        break;
+    }
   }
   for (const Option& option : command.options) {
     usage += option.value.empty() ? fmt::format(" [{}]", option.name)

@@ -8,7 +8,12 @@
 namespace marlune::cli {
 
 StationPtr stationOf(Session& session, const std::string& id) {
-  return session.provider().getTideStationById(id);
+  auto& provider = session.provider();
+  if (auto station = provider.getTideStationById(id)) return station;
+  if (!TideStation::isGlobalStationId(id)) return nullptr;
+  auto point = provider.globalStationById(id);
+  provider.registerGlobalStation(point);
+  return point;
 }
 
 std::optional<Events> fetchEvents(Session& session, const StationPtr& station, Date from, Date to) {

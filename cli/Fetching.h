@@ -7,7 +7,8 @@
 
 namespace marlune::cli {
 
-/// The station of an id, or an empty pointer, with which operations answer nothing.
+/// The station of an id, or an empty pointer, with which operations answer nothing. A published worldwide
+/// point is made known to the provider.
 StationPtr stationOf(Session& session, const std::string& id);
 
 /// The range fetch, waiting for its completion; not for the main thread.

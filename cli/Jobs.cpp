@@ -118,6 +118,10 @@ Outcome Jobs::finish(std::int64_t number) {
   return std::move(job->outcome);
 }
 
+void Jobs::waitUntil(const std::function<bool()>& done) {
+  deliverUntil(done, MainLoop::TimePoint::max());
+}
+
 bool Jobs::waitUntilIdle(std::chrono::duration<double> limit) {
   // A clock's range is less than a number's.
   const std::chrono::duration<double> bounded(std::clamp(limit.count(), 0.0, 1e9));

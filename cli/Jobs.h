@@ -30,6 +30,9 @@ class Jobs {
   /// not outstanding.
   Outcome finish(std::int64_t number);
 
+  /// Delivers until `done`, which is asked after each delivery and when the main loop is woken.
+  void waitUntil(const std::function<bool()>& done);
+
   /// Delivers until nothing is queued, running or to be delivered; false when that took longer.
   bool waitUntilIdle(std::chrono::duration<double> limit);
 

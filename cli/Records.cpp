@@ -212,7 +212,8 @@ std::string notificationText(const Notification& notification) {
 }
 
 const char* unitOf(const TideEvent& event, const Reading& reading) {
-  return event.tideLevelInMeters || reading.meters ? "m" : "ft";
+  // Points of a curve are made without the mark.
+  return event.tideLevelInMeters || (event.isIntermediary && reading.meters) ? "m" : "ft";
 }
 
 Answer answerOf(const StationPtr& station, const std::string& absent) {

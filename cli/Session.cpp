@@ -102,6 +102,21 @@ TideEventDiskCache& Session::monthFiles() {
   return TideEventDiskCache::shared();
 }
 
+PelagoraService& Session::globalService() {
+  host();
+  return PelagoraService::shared();
+}
+
+FavoriteListManager& Session::favorites() {
+  host();
+  return FavoriteListManager::Instance();
+}
+
+TideStationSearchProvider& Session::search() {
+  host();
+  return TideStationSearchProvider::shared();
+}
+
 Reading readingOf(Session& session, const StationPtr& station) {
   auto& provider = session.provider();
   if (session.json()) return {};

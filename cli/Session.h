@@ -7,12 +7,15 @@
 #include "cli/CommandLine.h"
 #include "cli/News.h"
 #include "cli/Records.h"
+#include "marlune/global/PelagoraService.h"
 #include "marlune/global/TideEventDiskCache.h"
 #include "marlune/platform/Activity.h"
 #include "marlune/platform/Host.h"
 #include "marlune/platform/ManualClock.h"
 #include "marlune/platform/linux/MainLoop.h"
 #include "marlune/providers/TideDataProvider.h"
+#include "marlune/search/TideStationSearchProvider.h"
+#include "marlune/storage/FavoriteListManager.h"
 
 namespace marlune::services {
 class LocalServices;
@@ -37,6 +40,9 @@ class Session {
   const Host& host();
   TideDataProvider& provider();
   TideEventDiskCache& monthFiles();
+  PelagoraService& globalService();
+  FavoriteListManager& favorites();
+  TideStationSearchProvider& search();
 
   // --- From any thread ---
 

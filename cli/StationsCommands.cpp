@@ -1,6 +1,9 @@
 #include <algorithm>
+#include <future>
+#include <utility>
 
-#include "cli/Session.h"
+#include "cli/Fetching.h"
+#include "cli/WorldPoints.h"
 #include "marlune/geo/MapProjection.h"
 
 namespace marlune::cli {
@@ -14,6 +17,9 @@ TideDataProvider& catalogue(Context& context) {
 }
 
 std::string unknownStation(const Call& call) {
+  if (TideStation::isGlobalStationId(call.text(0))) {
+    return "No worldwide point of the id " + call.text(0) + " is known (`marlune global load` loads them).";
+  }
   return "No station has the id " + call.text(0) + " (`marlune stations near LAT LON` finds stations).";
 }
 
@@ -26,7 +32,7 @@ Answer defaultStation(Context& context, const Call&) {
 }
 
 Answer show(Context& context, const Call& call) {
-  return answerOf(catalogue(context).getTideStationById(call.text(0)), unknownStation(call));
+  return answerOf(stationOf(context.session, call.text(0)), unknownStation(call));
 }
 
 Answer load(Context& context, const Call& call) {
@@ -55,12 +61,24 @@ Answer ofState(Context& context, const Call& call) {
 
 Answer near(Context& context, const Call& call) {
   const Coordinate origin{call.number(0), call.number(1)};
+  awaitWorldPoints(context);
   auto stations = catalogue(context).getStationsByNearest(origin);
   if (const auto* limit = call.option("--limit")) {
     const auto most = static_cast<std::size_t>(std::get<std::int64_t>(*limit));
     stations.resize(std::min(stations.size(), most));
   }
   return answerOf(std::move(stations), origin);
+}
+
+Answer search(Context& context, const Call& call) {
+  awaitWorldPoints(context);
+  std::promise<std::optional<std::vector<StationPtr>>> answered;
+  auto found = answered.get_future();
+  context.session.search().findMatches(call.text(0),
+                                       [&](auto stations) { answered.set_value(std::move(stations)); });
+  auto stations = found.get();
+  if (!stations) return nothing("No station is called so (`marlune stations near LAT LON` finds stations).");
+  return answerOf(std::move(*stations));
 }
 
 Answer inRect(Context& context, const Call& call) {
@@ -85,7 +103,7 @@ std::vector<Command> stationsCommands() {
        "the station that an application starts with",
        Place::mainThread,
        defaultStation},
-      {"stations show", {{"ID"}}, {}, "one station", Place::mainThread, show},
+      {"stations show", {{"ID", Kind::station}}, {}, "one station", Place::mainThread, show},
       {"stations load", {{"ID"}}, {}, "one station straight from the station file", Place::mainThread, load},
       {"stations states", {}, {}, "the names of the states", Place::mainThread, states},
       {"stations count", {}, {}, "how many states there are", Place::mainThread, count},
@@ -94,8 +112,14 @@ std::vector<Command> stationsCommands() {
        {{"LAT", number}, {"LON", number}},
        {{"--limit", "N", Kind::count, "no more than so many"}},
        "stations by their distance from a place in degrees",
-       Place::mainThread,
+       Place::worker,
        near},
+      {"stations search",
+       {{"TEXT"}},
+       {},
+       "stations and worldwide points by the beginning of a word, or by any three letters",
+       Place::worker,
+       search},
       {"stations rect",
        {{"X", number}, {"Y", number}, {"W", number}, {"H", number}},
        {},

@@ -121,7 +121,8 @@ Answer parse(Context& context, const Call& call) {
 
 std::vector<Command> tidesCommands() {
   constexpr auto instant = Kind::instant;
-  constexpr Argument id{"ID"};
+  constexpr Argument id{"ID", Kind::station};
+  constexpr Argument plainId{"ID"};
   constexpr Argument year{"YEAR", Kind::year};
   constexpr Argument monthNumber{"MONTH", Kind::month};
   constexpr Argument beginning{"BEGIN", instant};
@@ -163,7 +164,7 @@ std::vector<Command> tidesCommands() {
        "bring a month from disk to memory",
        Place::mainThread,
        populate},
-      {"tides month", {id, year, monthNumber}, {}, "a month's list in memory", Place::mainThread, month},
+      {"tides month", {plainId, year, monthNumber}, {}, "a month's list in memory", Place::mainThread, month},
       {"tides cached",
        {id, {"INSTANT", instant}},
        {},
@@ -182,7 +183,7 @@ std::vector<Command> tidesCommands() {
        "the address that a year is downloaded from",
        Place::mainThread,
        endpoint},
-      {"tides file", {id, year}, {}, "the name of a year file", Place::mainThread, file},
+      {"tides file", {plainId, year}, {}, "the name of a year file", Place::mainThread, file},
       {"tides parse",
        {{"FILE"}, id, year, monthNumber},
        {},

@@ -9,6 +9,7 @@
 #include "cli/Jobs.h"
 #include "cli/Report.h"
 #include "cli/Shell.h"
+#include "cli/WorldPoints.h"
 
 namespace marlune::cli {
 namespace {
@@ -18,6 +19,7 @@ constexpr std::chrono::seconds kFarewell{60};
 
 int runCommand(Jobs& jobs, const Call& call) {
   Session& session = jobs.context().session;
+  findWorldPoints(jobs, call);
   const Outcome outcome = jobs.run(call);
   report(session, outcome);
   if (session.activity()->open() != 0) jobs.waitUntilIdle(kFarewell);

@@ -22,6 +22,23 @@ const std::string kAlpha =
 const std::string kZeta =
     station("7", "Zeta", "Utah", "America/Denver", "\"latitude\":10.5,\"longitude\":-20.25", false);
 
+TEST_F(CommandTest, PacksAndUnpacksAYear) {
+  const std::string xml = file("f.xml", "<product>\n\u00e9</product>\n");
+  const std::string archive = folder_ / "f.archive";
+  EXPECT_EQ(run(small({"archive", "pack", xml, archive})).output, answer("null") + "\n");
+  EXPECT_EQ(run(small({"archive", "unpack", archive})).output,
+            answer("\"<product>\\n\u00e9</product>\\n\"") + "\n");
+  EXPECT_EQ(run({"archive", "unpack", archive}).output, "<product>\n\u00e9</product>\n") << "as it was";
+  EXPECT_EQ(run(small({"archive", "unpack", xml})).output, answer("null") + "\n");
+  EXPECT_EQ(run(small({"archive", "unpack", folder_ / "none"})).output, answer("null") + "\n");
+  for (const auto& words : {std::vector<std::string>{"archive", "pack", file("t.txt", "no"), archive},
+                            {"archive", "pack", folder_ / "none", archive},
+                            {"archive", "pack", xml, folder_ / "none/f.archive"}}) {
+    EXPECT_EQ(run(small(words)).status, 1) << words[2];
+  }
+  EXPECT_EQ(run(small({"archive", "unpack", archive})).status, 0) << "a failure leaves the good archive";
+}
+
 TEST_F(CommandTest, AnswersAboutTheCatalogue) {
   const struct {
     std::vector<std::string> words;

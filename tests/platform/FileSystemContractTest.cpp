@@ -133,6 +133,25 @@ TEST_P(FileSystemContract, identityTellsStatesApart) {
   EXPECT_FALSE(first->sameAs(*files->identity(root + "/file")));
 }
 
+TEST_P(FileSystemContract, writesOnlyOverWhatWasSeen) {
+  using Outcome = FileSystem::Outcome;
+  const auto writeOver = [&](const std::optional<FileIdentity>& seen, std::string_view bytes) {
+    return files->writeIfUnchanged(root, root + "/file", bytes, Durability::userData, seen);
+  };
+  EXPECT_EQ(writeOver(std::nullopt, "first"), Outcome::written);
+  EXPECT_EQ(writeOver(std::nullopt, "x"), Outcome::changed) << "there is one now";
+  const auto seen = files->identity(root + "/file");
+  ASSERT_TRUE(write("file", "other"));
+  EXPECT_EQ(writeOver(seen, "x"), Outcome::changed);
+  EXPECT_EQ(read("file"), "other");
+  EXPECT_EQ(writeOver(files->identity(root + "/file"), "mine"), Outcome::written);
+  EXPECT_EQ(read("file"), "mine");
+  ASSERT_TRUE(files->remove(root + "/file"));
+  EXPECT_EQ(writeOver(seen, "x"), Outcome::changed) << "gone";
+  EXPECT_FALSE(files->exists(root + "/file"));
+  EXPECT_EQ(files->writeIfUnchanged(root, temporary / "out", "x", Durability::cache, {}), Outcome::failed);
+}
+
 TEST_P(FileSystemContract, filesCarryTheTimeOfTheClock) {
   for (const double instant : {1'741'176'000.5, 0.0, -86'400.25, 4'102'444'800.0}) {
     clock->set(dateFromSeconds(instant));

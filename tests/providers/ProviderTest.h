@@ -7,18 +7,22 @@
 #include <utility>
 #include <vector>
 
+#include "marlune/global/PelagoraService.h"
 #include "marlune/providers/TideDataProvider.h"
 #include "support/HostTest.h"
 #include "support/NotificationRecorder.h"
 
 namespace marlune::testing {
 
-/// A provider over fakes: 2024-05-15 12:00 UTC, a station in UTC, and year documents of its making.
+/// A provider over fakes: 2024-05-15 12:00 UTC, a station in UTC, and year documents of its making. The
+/// service of worldwide points fails until a test scripts it.
 class ProviderTest : public HostTest {
  protected:
   explicit ProviderTest(const FakeHostOptions& options = {}) : HostTest(options) {
     fake.settings.tideApiHost = "tides.test";
     fake.settings.supportEmail = "help@tides.test";
+    fake.settings.globalTidesBaseURL = "http://points.test";
+    fake.http->script(pointsAddress, answerOf("", 503));
     fake.clock->set(dateFromSeconds(noon));
     fake.resources->files.insert_or_assign(
         "stations_master_usa2.txt",
@@ -32,7 +36,8 @@ class ProviderTest : public HostTest {
     const Host host = fake.host();
     files = std::make_shared<FileAccess>(host.folders, host.files);
     months = std::make_shared<TideEventDiskCache>(files);
-    return std::make_unique<TideDataProvider>(host, files, months);
+    service = std::make_shared<PelagoraService>(host, files);
+    return std::make_unique<TideDataProvider>(host, files, months, service, favorites);
   }
 
   /// A document with `perMonth` events in each month of a year, on the hour from noon of the 2nd day on.
@@ -87,8 +92,11 @@ class ProviderTest : public HostTest {
   }
 
   static constexpr double noon = 1'715'774'400;  // 2024-05-15 12:00 UTC
+  static constexpr const char* pointsAddress = "http://points.test/tide-points";
   std::shared_ptr<FileAccess> files;
   std::shared_ptr<TideEventDiskCache> months;
+  std::shared_ptr<PelagoraService> service;
+  FavoriteHooks favorites;  // of the next provider that is made
   std::shared_ptr<TideStation> station = std::make_shared<TideStation>();
   std::unique_ptr<TideDataProvider> provider;
 };

@@ -6,6 +6,7 @@
 #include <charconv>
 #include <chrono>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <future>
 #include <map>
@@ -13,6 +14,8 @@
 #include <vector>
 
 #include "marlune/platform/linux/CurlHttpClient.h"
+#include "services/StationCatalogue.h"
+#include "support/TemporaryFolder.h"
 
 namespace marlune::services {
 namespace {
@@ -40,7 +43,7 @@ Received getFrom(const std::string& url) {
   return send(client, url).get();
 }
 
-class LocalServicesTest : public testing::Test {
+class LocalServicesTest : public ::testing::Test {
  protected:
   void SetUp() override { ASSERT_NE(services.start(), "") << services.error(); }
   Received get(const std::string& target) { return getFrom(services.address() + target); }
@@ -99,6 +102,21 @@ TEST_F(LocalServicesTest, whatCannotBeAnsweredGetsAShortDocument) {
   }
   for (const char* edge : {"1900", "2100"})
     EXPECT_GT(get(kTideApi + "&id=398997177&year=" + edge).text().size(), 40000U);
+}
+
+TEST_F(LocalServicesTest, theWorldsStationsNeedNoPlaceInAFolderOfOnesOwn) {
+  const marlune::testing::TemporaryFolder folder;
+  const std::string catalogue(StationCatalogue::kFileName);
+  std::filesystem::copy_file(MARLUNE_SOURCE_RESOURCES + ("/" + catalogue), folder / catalogue);
+  LocalServices other({folder.path(), "", 0});
+  ASSERT_NE(other.start(), "") << other.error();
+  other.faults().add({.kind = Fault::Kind::status, .status = 502, .match = "/tide-points"});
+  const std::string points = other.address() + "/tide-points";
+  EXPECT_EQ(getFrom(points).status, 502);
+  EXPECT_GT(getFrom(points).text().size(), 500000U);
+  const std::string year = other.address() + "/tides?lat=50.1&lon=-5.54&year=2026&agencies=noaa,ukho,aus";
+  EXPECT_GT(getFrom(year).text().size(), 50000U);
+  EXPECT_EQ(other.requestCount("agencies=noaa,ukho,aus"), 1U);
 }
 
 TEST_F(LocalServicesTest, eachFaultReachesTheClient) {

@@ -31,6 +31,10 @@ std::optional<Bytes> MemoryFileSystem::read(const std::string& path) {
 
 std::optional<FileIdentity> MemoryFileSystem::identity(const std::string& path) {
   const std::lock_guard lock(mutex_);
+  return identityOf(path);
+}
+
+std::optional<FileIdentity> MemoryFileSystem::identityOf(const std::string& path) const {
   if (const auto found = files_.find(path); found != files_.end()) return found->second.identity;
   if (folders_.contains(path)) return FileIdentity{.settled = true};
   return std::nullopt;
@@ -39,6 +43,19 @@ std::optional<FileIdentity> MemoryFileSystem::identity(const std::string& path) 
 bool MemoryFileSystem::write(const std::string& folder, const std::string& path, std::string_view bytes,
                              Durability) {
   const std::lock_guard lock(mutex_);
+  return put(folder, path, bytes);
+}
+
+/// Nobody can write between the look and the change here.
+FileSystem::Outcome MemoryFileSystem::writeIfUnchanged(const std::string& folder, const std::string& path,
+                                                       std::string_view bytes, Durability,
+                                                       const std::optional<FileIdentity>& expected) {
+  const std::lock_guard lock(mutex_);
+  if (!isSameState(identityOf(path), expected)) return Outcome::changed;
+  return put(folder, path, bytes) ? Outcome::written : Outcome::failed;
+}
+
+bool MemoryFileSystem::put(const std::string& folder, const std::string& path, std::string_view bytes) {
   if (!isWithin(folder, path) || !isFree(folder, path)) return false;
   File& file = files_[path];
   file.bytes = bytes;

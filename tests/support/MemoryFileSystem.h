@@ -21,6 +21,8 @@ class MemoryFileSystem : public FileSystem {
   std::optional<FileIdentity> identity(const std::string& path) override;
   bool write(const std::string& folder, const std::string& path, std::string_view bytes,
              Durability durability) override;
+  Outcome writeIfUnchanged(const std::string& folder, const std::string& path, std::string_view bytes,
+                           Durability durability, const std::optional<FileIdentity>& expected) override;
   bool remove(const std::string& path) override;
   bool exists(const std::string& path) override;
   bool move(const std::string& from, const std::string& folder, const std::string& to) override;
@@ -32,6 +34,9 @@ class MemoryFileSystem : public FileSystem {
     FileIdentity identity;
   };
 
+  // Called with the mutex held.
+  std::optional<FileIdentity> identityOf(const std::string& path) const;
+  bool put(const std::string& folder, const std::string& path, std::string_view bytes);
   bool makeFolders(const std::string& folder);
   bool isFree(const std::string& folder, const std::string& path);
 

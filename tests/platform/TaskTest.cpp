@@ -1,0 +1,228 @@
+#include "marlune/platform/Task.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <deque>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "marlune/platform/OwnedQueue.h"
+#include "marlune/platform/SharedRequests.h"
+#include "marlune/platform/linux/QueueFactory.h"
+
+namespace marlune::testing {
+namespace {
+
+/// Runs its jobs when it is told to.
+class StepQueue : public Executor {
+ public:
+  void post(Job job) override { jobs.push_back(std::move(job)); }
+  std::size_t run() {
+    std::size_t count = 0;
+    for (; !jobs.empty(); ++count) {
+      auto job = std::move(jobs.front());
+      jobs.pop_front();
+      job();
+    }
+    return count;
+  }
+  std::deque<Job> jobs;
+};
+
+Task<std::string> echoed(std::shared_ptr<Executor> queue, std::string text) {
+  co_await resumeOn(queue);
+  co_return text + "!";
+}
+
+using Done = UniqueFunction<void(std::string)>;
+
+enum class Answer { atOnce, later, dropped, droppedLater };
+
+Task<std::string> answered(std::shared_ptr<Executor> queue, Answer kind) {
+  auto operation = completionOf<std::string>([queue, kind](Done done) {
+    if (kind == Answer::atOnce) done("a text that is too long to lie in the string itself");
+    if (kind == Answer::later) queue->post([held = std::move(done)]() mutable { held("later"); });
+    if (kind == Answer::droppedLater) queue->post([held = std::move(done)] {});
+  });
+  co_return co_await operation;
+}
+
+/// Notes its beginning and its destruction, and passes on what the inner one gives.
+Task<std::string> outer(std::shared_ptr<std::vector<std::string>> notes, Task<std::string> inner) {
+  notes->emplace_back("begun");
+  const std::shared_ptr<void> gone(nullptr, [notes](void*) { notes->emplace_back("gone"); });
+  auto text = co_await std::move(inner);
+  notes->emplace_back("got " + text);
+  co_return text;
+}
+
+Task<void> noteAfter(std::shared_ptr<std::vector<std::string>> notes, Task<std::string> inner) {
+  notes->emplace_back(co_await outer(notes, std::move(inner)));
+}
+
+class TaskTest : public ::testing::Test {
+ protected:
+  std::shared_ptr<StepQueue> queue = std::make_shared<StepQueue>();
+  std::shared_ptr<std::vector<std::string>> notes = std::make_shared<std::vector<std::string>>();
+
+  /// Starts a task within another; the completion notes what it gets.
+  void startNoting(Task<std::string> inner) {
+    start(outer(notes, std::move(inner)),
+          [seen = notes](std::string text) { seen->push_back("done " + text); });
+  }
+};
+
+TEST_F(TaskTest, DoesNothingUntilItIsStartedAndGoesOnWhereItsWaitEnds) {
+  {
+    auto never = outer(notes, echoed(queue, "never"));
+    EXPECT_TRUE(notes->empty());
+  }
+  startNoting(echoed(queue, "a text that is too long to lie in the string itself"));
+  EXPECT_EQ(*notes, (std::vector<std::string>{"begun"}));
+  EXPECT_EQ(queue->run(), 1U);
+  const std::string text = "a text that is too long to lie in the string itself!";
+  EXPECT_EQ(*notes, (std::vector<std::string>{"begun", "got " + text, "gone", "done " + text}));
+  notes->clear();
+  start(noteAfter(notes, answered(queue, Answer::atOnce)), [this] { notes->emplace_back("ended"); });
+  EXPECT_EQ(notes->back(), "ended");
+}
+
+// However a wait comes to nothing, the frames go first and the completion is called once, with nothing.
+TEST_F(TaskTest, IsGivenUpWhereWhatItWaitsForIsDropped) {
+  const std::vector<std::string> givenUp{"begun", "gone", "done "};
+  startNoting(echoed(nullptr, "x"));
+  EXPECT_EQ(*notes, givenUp);
+  notes->clear();
+  startNoting(answered(queue, Answer::dropped));
+  EXPECT_EQ(*notes, givenUp);
+  for (const bool run : {true, false}) {
+    notes->clear();
+    startNoting(answered(queue, run ? Answer::droppedLater : Answer::later));
+    EXPECT_EQ(notes->size(), 1U);
+    if (run) queue->run();
+    queue->jobs.clear();
+    EXPECT_EQ(*notes, givenUp);
+  }
+  notes->clear();
+  startNoting(echoed(queue, "x"));
+  queue->jobs.clear();
+  EXPECT_EQ(*notes, givenUp);
+}
+
+Task<int> one(std::shared_ptr<Executor> queue, bool byCompletion) {
+  if (!byCompletion) co_return 1;
+  co_return static_cast<int>((co_await answered(queue, Answer::atOnce)).size() / 51);
+}
+Task<int> sum(std::shared_ptr<Executor> queue, int count) {
+  int total = 0;
+  for (int i = 0; i < count; ++i) total += co_await one(queue, i % 2 == 0);
+  co_return total;
+}
+Task<int> nested(int depth) {
+  if (depth == 0) co_return 0;
+  co_return 1 + co_await nested(depth - 1);
+}
+
+TEST_F(TaskTest, NeedsNoStackForLongLoopsAndDeepNests) {
+  int result = 0;
+  start(sum(queue, 100'000), [&](int total) { result = total; });
+  EXPECT_EQ(result, 100'000);
+  start(nested(100'000), [&](int depth) { result = depth; });
+  EXPECT_EQ(result, 100'000);
+}
+
+/// A coroutine of another kind, without a chain.
+struct Foreign {
+  struct promise_type {
+    Foreign get_return_object() const { return {}; }
+    std::suspend_never initial_suspend() const noexcept { return {}; }
+    std::suspend_never final_suspend() const noexcept { return {}; }
+    void return_void() const {}
+    void unhandled_exception() const { std::terminate(); }
+  };
+};
+Foreign awaitAll(std::shared_ptr<Executor> queue, std::shared_ptr<std::vector<std::string>> notes) {
+  for (const auto kind : {Answer::atOnce, Answer::later, Answer::droppedLater, Answer::dropped}) {
+    notes->push_back(co_await answered(queue, kind));
+  }
+  co_await noteAfter(notes, echoed(queue, "end"));
+}
+
+TEST_F(TaskTest, ACoroutineOfAnotherKindMayAwaitIt) {
+  awaitAll(queue, notes);
+  queue->run();
+  const std::vector<std::string> expected{"a text that is too long to lie in the string itself",
+                                          "later",
+                                          "",
+                                          "",
+                                          "begun",
+                                          "got end!",
+                                          "gone",
+                                          "end!"};
+  EXPECT_EQ(*notes, expected);
+}
+
+Task<int> hops(std::shared_ptr<Executor> a, std::shared_ptr<Executor> b, int count) {
+  int done = 0;
+  for (; done < count; ++done) {
+    const auto& next = done % 2 == 0 ? a : b;
+    const auto text = co_await echoed(next, "x");
+    if (text != "x!" || (co_await answered(next, Answer::later)) != "later") break;
+  }
+  co_return done;
+}
+
+// Chains wander between the threads of two queues while these end; each completion comes once.
+TEST(TaskOnThreadsTest, EveryCompletionComesWhileQueuesEnd) {
+  constexpr int chains = 40;
+  for (const int length : {3, 20'000}) {
+    const auto first = std::make_shared<OwnedQueue>(QueueFactory().makeQueue("first", 2));
+    const auto second = std::make_shared<OwnedQueue>(QueueFactory().makeQueue("second", 2));
+    std::atomic<int> ended = 0;
+    std::atomic<int> whole = 0;
+    for (int i = 0; i < chains; ++i) {
+      start(hops(first, second, length), [&, length](int done) {
+        if (done == length) ++whole;
+        ++ended;
+        ended.notify_all();
+      });
+    }
+    if (length == 3) {
+      for (int seen = ended; seen < chains; seen = ended) ended.wait(seen);
+      EXPECT_EQ(whole, chains);
+    }
+    std::thread other([&] { second->close(); });
+    first->close();
+    other.join();
+    EXPECT_EQ(ended, chains);
+    start(hops(first, second, 1), [&](int done) { EXPECT_EQ(done, 0); });
+  }
+}
+
+TEST(SharedRequestsTest, EqualQuestionsShareOneRequest) {
+  const auto queue = std::make_shared<StepQueue>();
+  SharedRequests<std::string, std::string> requests(queue);
+  std::vector<std::string> answers;
+  std::vector<Done> begun;
+  const auto ask = [&](const std::string& question) {
+    requests.ask(
+        question, [&, question](std::string answer) { answers.push_back(question + answer); },
+        [&](Done done) { begun.push_back(std::move(done)); });
+  };
+  ask("a");
+  ask("a");
+  ask("b");
+  ASSERT_EQ(begun.size(), 2U);
+  begun[0](" 1");
+  ask("a");  // the first is answered: a new request
+  ASSERT_EQ(begun.size(), 3U);
+  EXPECT_TRUE(answers.empty()) << "answers come in jobs of their own";
+  begun.clear();  // both others are dropped
+  queue->run();
+  EXPECT_EQ(answers, (std::vector<std::string>{"a 1", "a 1", "b", "a"}));
+}
+
+}  // namespace
+}  // namespace marlune::testing

@@ -1,0 +1,215 @@
+#include "services/PortLists.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <set>
+#include <string>
+
+#include "services/Harmonics.h"
+#include "services/RegionalPorts.h"
+#include "support/TemporaryFolder.h"
+
+namespace marlune::services {
+namespace {
+
+constexpr PortList kLists[] = {PortList::bureau, PortList::admiralty};
+
+std::string fileText(const std::string& file) {
+  std::ifstream in(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+std::string shipped(PortList list) {
+  return std::string(MARLUNE_SOURCE_RESOURCES) + "/" + std::string(portsFileName(list));
+}
+
+std::string collection(const std::string& features) {
+  return R"({"type":"FeatureCollection","features":[)" + features + "]}";
+}
+
+// As the Bureau lists it; `more` may repeat a member, and then the first one holds.
+std::string bureauFeature(const std::string& first) {
+  return R"({"type":"Feature","properties":{)" + first +
+         R"("PORT_NAME":"Lorne","ABBR_NAME":"lo","AAC":"VIC_TP002","OFFICE":"VICRO","STATE_NAME":"VICTORIA",
+         "TIME_ZONE":"Australia/Melbourne","TZ_DIFF":-1000,"LAT":-38.5472,"LON":143.9888,"ALT_REF":60790.0,
+         "PS_FLAG":"P","OPER_FLAG":null,"AVAIL_FLAG":"Y","NOTES":null,"TYPE":"TIDE"},"geometry":null})";
+}
+
+std::string admiraltyFeature(const std::string& properties, const std::string& coordinates) {
+  return R"({"type":"Feature","geometry":{"type":"Point","coordinates":)" + coordinates +
+         R"(},"properties":{)" + properties +
+         R"("Id":"0082","Name":"Brighton Marina","Country":"England","Footnote":null}})";
+}
+
+TEST(PortLists, readsTheServicesOwnForms) {
+  const PortsRead bureau =
+      readPorts(PortList::bureau, "\xEF\xBB\xBF" + collection(bureauFeature(R"("AAC":"WA_TP9",)") + "," +
+                                                              bureauFeature(R"("LAT":"-38.5",)")));
+  EXPECT_EQ(bureau.ports,
+            (std::vector<Port>{{"VIC_TP002", "Lorne", "Victoria", "Australia/Melbourne", -38.5, 143.9888},
+                               {"WA_TP9", "Lorne", "Victoria", "Australia/Melbourne", -38.5472, 143.9888}}));
+  const PortsRead admiralty = readPorts(
+      PortList::admiralty,
+      collection(admiraltyFeature(R"x("Id":"0321A","Name":"ST. MARY'S (O'ER THE SEA)",)x", "[-6.7, 58]")));
+  EXPECT_EQ(admiralty.ports,
+            (std::vector<Port>{{"0321A", "St. Mary's (O'er the Sea)", "England", "", 58, -6.7}}));
+  EXPECT_TRUE(bureau.problems.empty() && admiralty.problems.empty());
+}
+
+TEST(PortLists, leavesOutWhatMakesNoPort) {
+  const struct {
+    PortList list;
+    std::string feature;
+    const char* problem;
+  } cases[] = {
+      {PortList::bureau, "17", "is no feature"},
+      {PortList::bureau, R"({"type":"Point"})", "is no feature"},
+      {PortList::bureau, R"({"type":"Feature","properties":[]})", "has no code"},
+      {PortList::bureau, bureauFeature(R"("AAC":"../x",)"), "has no code"},
+      {PortList::bureau, bureauFeature(R"("AAC":2,)"), "has no code"},
+      {PortList::bureau, bureauFeature(R"("PORT_NAME":"  ",)"), "has no name"},
+      {PortList::bureau, bureauFeature(R"("STATE_NAME":null,)"), "has no state"},
+      {PortList::bureau, bureauFeature(R"("TIME_ZONE":"Australia/Atlantis",)"), "unknown zone"},
+      {PortList::bureau, bureauFeature(R"("TIME_ZONE":"/etc/localtime",)"), "unknown zone"},
+      {PortList::bureau, bureauFeature(R"("LAT":"south",)"), "has no place"},
+      {PortList::bureau, bureauFeature(R"("LON":"nan",)"), "has no place"},
+      {PortList::bureau, bureauFeature(R"("LAT":-90.5,)"), "nowhere on earth"},
+      {PortList::bureau, bureauFeature(R"("AVAIL_FLAG":"N",)"), "no predictions"},
+      {PortList::bureau, bureauFeature(R"("TYPE":"CURRENT",)"), "no tide port"},
+      {PortList::admiralty, admiraltyFeature(R"("Country":null,)", "[0,50]"), "has no country"},
+      {PortList::admiralty, admiraltyFeature("", "[0,50,0]"), "has no place"},
+      {PortList::admiralty, admiraltyFeature("", "[null,50]"), "has no place"},
+      {PortList::admiralty, admiraltyFeature("", "[50,181]"), "nowhere on earth"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.feature);
+    const std::string good =
+        c.list == PortList::bureau ? bureauFeature("") : admiraltyFeature("", "[-0.1,50.8]");
+    const PortsRead read = readPorts(c.list, collection(c.feature + "," + good + "," + good));
+    EXPECT_EQ(read.ports.size(), 1U);
+    ASSERT_EQ(read.problems.size(), 2U);
+    EXPECT_NE(read.problems[0].find(c.problem), std::string::npos) << read.problems[0];
+    EXPECT_NE(read.problems[1].find("its code is another's"), std::string::npos) << read.problems[1];
+  }
+}
+
+TEST(PortLists, saysWhyNothingCanBeRead) {
+  const std::string deep(50000, '[');
+  for (const std::string& text :
+       {std::string(), std::string("<html>"), std::string("[]"), std::string("{\"features\":{}}"),
+        collection(bureauFeature("")).substr(0, 200), "{\"features\":" + deep,
+        std::string("{\"a\":\"\xFF\"}")}) {
+    for (const PortList list : kLists) {
+      const PortsRead read = readPorts(list, text);
+      EXPECT_NE(read.error, "");
+      EXPECT_TRUE(read.ports.empty());
+    }
+  }
+}
+
+TEST(PortLists, theShippedFilesAreWhatTheToolWritesOfUsablePorts) {
+  const std::map<std::string, std::string> otherZones = {{"NSW_TP003", "Australia/Lord_Howe"},
+                                                         {"NSW_TP005", "Pacific/Norfolk"},
+                                                         {"WA_TP009", "Indian/Christmas"}};
+  std::map<std::string, std::set<std::string>> zones;
+  std::map<std::string, int> countries;
+  for (const PortList list : kLists) {
+    const std::string text = fileText(shipped(list));
+    const PortsRead read = readPorts(list, text);
+    EXPECT_TRUE(read.error.empty() && read.problems.empty());
+    EXPECT_TRUE(portsDocument(list, read.ports) == text) << "run tools/make-regional-stations on it";
+    for (const Port& port : read.ports) {
+      SCOPED_TRACE(port.id);
+      if (list == PortList::bureau) {
+        const auto other = otherZones.find(port.id);
+        if (other == otherZones.end())
+          zones[port.region].insert(port.zone);
+        else
+          EXPECT_EQ(port.zone, other->second);
+        EXPECT_TRUE(port.latitude > -44 && port.latitude < -10 && port.longitude > 105 &&
+                    port.longitude < 168);
+      } else {
+        ++countries[port.region];
+        EXPECT_TRUE(port.latitude > 49 && port.latitude < 61 && port.longitude > -11 && port.longitude < 2);
+      }
+    }
+    EXPECT_GE(read.ports.size(), 60U);
+  }
+  using Zone = std::set<std::string>;
+  EXPECT_EQ(zones, (std::map<std::string, Zone>{{"New South Wales", {"Australia/Sydney"}},
+                                                {"Northern Territory", {"Australia/Darwin"}},
+                                                {"Queensland", {"Australia/Brisbane"}},
+                                                {"South Australia", {"Australia/Adelaide"}},
+                                                {"Tasmania", {"Australia/Hobart"}},
+                                                {"Victoria", {"Australia/Melbourne"}},
+                                                {"Western Australia", {"Australia/Perth"}}}));
+  EXPECT_EQ(countries.size(), 7U);
+  for (const char* country :
+       {"Channel Islands", "England", "Ireland", "Isle of Man", "Northern Ireland", "Scotland", "Wales"})
+    EXPECT_GE(countries[country], 5) << country;
+}
+
+TEST(PortLists, theShippedPortsHaveTides) {
+  const auto database = std::shared_ptr<const HarmonicDatabase>(&harmonics(), [](const void*) {});
+  const auto world = std::make_shared<const WorldTable>(
+      std::string(MARLUNE_SOURCE_RESOURCES) + "/" + std::string(WorldStations::kFileName), database);
+  const RegionalPorts ports(MARLUNE_SOURCE_RESOURCES, world);
+  std::set<std::string> without;
+  for (const PortList list : kLists)
+    for (const Port& port : readPorts(list, fileText(shipped(list))).ports)
+      if (!ports.tides(*ports.find(list, port.id), 0, 1)) without.insert(port.name);
+  EXPECT_TRUE(without.empty()) << *without.begin();
+
+  const Port* lorne = ports.find(PortList::bureau, defaultPort(PortList::bureau));
+  const Port* brighton = ports.find(PortList::admiralty, defaultPort(PortList::admiralty));
+  ASSERT_TRUE(lorne && brighton);
+  EXPECT_EQ(*lorne, (Port{"VIC_TP002", "Lorne", "Victoria", "Australia/Melbourne", -38.5471944444444,
+                          143.988833333333}));
+  EXPECT_EQ(*brighton, (Port{"0082", "Brighton Marina", "England", "", 50.816666, -0.1}));
+  EXPECT_EQ(ports.find(PortList::bureau, "0082"), nullptr);
+}
+
+TEST(MakeRegionalStations, writesWholeListsOnly) {
+  const testing::TemporaryFolder folder;
+  const auto run = [&](const std::string& arguments) {
+    const std::string command = std::string(MARLUNE_MAKE_REGIONAL_STATIONS) + " " + folder.path() + " " +
+                                arguments + " > /dev/null 2> " + (folder / "said");
+    return WEXITSTATUS(std::system(command.c_str()));
+  };
+  const auto save = [&](const char* name, const std::string& text) {
+    std::ofstream(folder / name, std::ios::binary) << text;
+    return folder / name;
+  };
+  const std::string bureau = save("bureau", collection(bureauFeature("") + ",{}"));
+  EXPECT_EQ(run("--bureau " + bureau + " --admiralty " + shipped(PortList::admiralty)), 0);
+  EXPECT_NE(fileText(folder / "said").find("left out: feature 2"), std::string::npos);
+  const std::string made = fileText(folder / "stations_australia.json");
+  EXPECT_EQ(readPorts(PortList::bureau, made).ports.size(), 1U);
+  EXPECT_TRUE(fileText(folder / "stations_uk.json") == fileText(shipped(PortList::admiralty)));
+
+  const struct {
+    std::string arguments;
+    int status;
+    const char* said;
+  } cases[] = {
+      {"--bureau " + save("cut", collection(bureauFeature("")).substr(0, 300)), 1, "no JSON at byte"},
+      {"--bureau " + save("other", collection(bureauFeature(R"("AAC":"SA_TP001",)"))), 1,
+       "lacks the default"},
+      {"--bureau " + shipped(PortList::admiralty), 1, "lacks the default"},
+      {"--bureau " + (folder / "none"), 1, "cannot be read"},
+      {"--bureau", 2, "usage"},
+      {"--ports " + bureau, 2, "usage"},
+      {"", 2, "usage"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(run(c.arguments), c.status) << c.arguments;
+    EXPECT_NE(fileText(folder / "said").find(c.said), std::string::npos) << fileText(folder / "said");
+  }
+  EXPECT_TRUE(fileText(folder / "stations_australia.json") == made) << "a failure leaves what is there";
+}
+
+}  // namespace
+}  // namespace marlune::services

@@ -1,0 +1,268 @@
+#include "services/WorldStations.h"
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "services/Harmonics.h"
+#include "services/TidePredictor.h"
+#include "support/TemporaryFolder.h"
+
+namespace marlune::services {
+namespace {
+
+const std::string kFile = std::string(MARLUNE_SOURCE_RESOURCES) + "/" + std::string(WorldStations::kFileName);
+
+const WorldStations& world() {
+  static const WorldStations stations = [] {
+    std::string error;
+    auto loaded = WorldStations::load(kFile, harmonics(), error);
+    if (!loaded) throw std::runtime_error(error);
+    return std::move(*loaded);
+  }();
+  return stations;
+}
+
+const WorldStation* find(const WorldStations& stations, std::string_view key) {
+  for (const WorldStation& station : stations.stations())
+    if (station.key == key) return &station;
+  return nullptr;
+}
+
+std::int64_t startOf(int year) {
+  const std::chrono::sys_seconds start = std::chrono::sys_days(std::chrono::year(year) / 1 / 1);
+  return start.time_since_epoch().count();
+}
+
+// npm packages @neaps/tide-predictor 0.11.0 and @neaps/tide-database 0.10.20260924, all of a station's
+// constants as the package has them, on 2 July 2026, where yearly and daily node factors meet.
+// clang-format off
+const std::map<std::string, std::vector<TideExtreme>> kIndependentFigures = {
+    {"ticon/newlyn-new-gbr-bodc",
+     {{1782951920, 1.123, false}, {1782971693, 4.692, true}, {1782995685, 1.167, false}, {1783015870, 4.942, true}}},
+    {"ticon/fort_denison-333-aus-uhslc_fd",
+     {{1782969562, 0.537, false}, {1782993096, 1.709, true}, {1783017537, 0.348, false}, {1783038980, 1.223, true}}},
+    {"ticon/valparaiso-081-chl-uhslc_fd",
+     {{1782964046, 0.750, true}, {1782983345, 0.177, false}, {1783007210, 1.301, true}, {1783032133, 0.055, false}}},
+    {"kartverket/BGO",
+     {{1782969281, 0.433, false}, {1782991625, 1.438, true}, {1783012350, 0.483, false}, {1783035306, 1.501, true}}},
+    {"noaa/9413745",
+     {{1782951856, 0.890, false}, {1782973813, 1.651, true}, {1783001015, -0.181, false}, {1783026861, 1.098, true}}},
+};
+// clang-format on
+
+TEST(WorldStations, predictionsAgreeWithFiguresMadeByOthers) {
+  const TidePredictor predictor(harmonics());
+  for (const auto& [key, expected] : kIndependentFigures) {
+    SCOPED_TRACE(key);
+    const WorldStation* station = find(world(), key);
+    ASSERT_NE(station, nullptr);
+    const auto got = predictor.extremes(world().harmonics(*station), expected.front().time - 900,
+                                        expected.back().time + 900);
+    ASSERT_EQ(got.size(), expected.size());
+    // The seasonal constituents of Norway have no equal here: a tenth of a metre at Bergen.
+    const double metres = key == "kartverket/BGO" ? 0.12 : 0.03;
+    for (std::size_t i = 0; i < got.size(); ++i) {
+      EXPECT_EQ(got[i].high, expected[i].high);
+      EXPECT_NEAR(static_cast<double>(got[i].time), static_cast<double>(expected[i].time), 240) << i;
+      EXPECT_NEAR(got[i].level, expected[i].level, metres) << i;
+    }
+  }
+}
+
+double amplitudeOf(const HarmonicStation& tide, std::string_view name) {
+  for (const HarmonicComponent& component : tide.components)
+    if (harmonics().constituents()[component.constituent].name == name) return component.amplitude;
+  return 0;
+}
+
+// The moon's half-day alone: daily tides take some highs and lows away, those of shallow water add some.
+bool isMoonsAlone(const HarmonicStation& tide) {
+  const double moon = amplitudeOf(tide, "M2");
+  return moon > 0.3 && amplitudeOf(tide, "K1") + amplitudeOf(tide, "O1") < 0.25 * moon &&
+         amplitudeOf(tide, "M4") + amplitudeOf(tide, "MS4") + amplitudeOf(tide, "M6") < 0.08 * moon;
+}
+
+TEST(WorldStations, aYearIsWhatATideIs) {
+  const TidePredictor predictor(harmonics());
+  std::size_t moons = 0;
+  std::size_t others = 0;
+  for (const WorldStation& station : world().stations()) {
+    SCOPED_TRACE(station.key);
+    const HarmonicStation tide = world().harmonics(station);
+    const bool moonsAlone = isMoonsAlone(tide);
+    if ((moonsAlone ? moons++ : others++) % 300 != 0) continue;  // a few of each
+    const auto year = predictor.extremes(tide, startOf(2026), startOf(2027));
+    ASSERT_GT(year.size(), 400U);
+    for (std::size_t e = 1; e < year.size(); ++e) {
+      ASSERT_LT(year[e - 1].time, year[e].time);
+      ASSERT_NE(year[e - 1].high, year[e].high);
+      ASSERT_LT(std::abs(year[e].level), 20);
+    }
+    // Two highs in 24 hours and 50 minutes.
+    if (moonsAlone) {
+      EXPECT_NEAR(static_cast<double>(year.size()), 1411, 4);
+    }
+  }
+  EXPECT_GT(moons, 600U);
+}
+
+TEST(WorldStations, theShippedTableIsSound) {
+  std::set<std::int64_t> ids;
+  std::size_t references = 0;
+  std::map<std::string, std::size_t> lacking;
+  for (const WorldStation& station : world().stations()) {
+    SCOPED_TRACE(station.key);
+    EXPECT_GT(station.id, 0);
+    EXPECT_TRUE(ids.insert(station.id).second);
+    EXPECT_TRUE(std::filesystem::is_regular_file("/usr/share/zoneinfo/" + station.zoneOrNautical()));
+    references += station.components.empty() ? 0U : 1U;
+    lacking["name"] += station.name ? 0U : 1U;
+    lacking["city"] += station.city ? 0U : 1U;
+    lacking["country"] += station.country ? 0U : 1U;
+    lacking["zone"] += station.zone ? 0U : 1U;
+  }
+  EXPECT_GT(ids.size(), 5000U);
+  EXPECT_GT(references, 3000U);
+  for (const auto& [field, count] : lacking) {
+    EXPECT_GT(count, 5U) << field;
+    EXPECT_LT(count, ids.size() / 20) << field;
+  }
+  for (const WorldSource& source : world().sources()) {
+    EXPECT_EQ(source.licence.find("nc"), std::string::npos) << source.name;
+    EXPECT_TRUE(source.licenceAddress.starts_with("https://")) << source.name;
+    EXPECT_FALSE(source.notice.empty()) << source.name;
+  }
+  // No line was left out as damaged.
+  std::ifstream in(kFile, std::ios::binary);
+  std::size_t lines = 0;
+  for (std::string line; std::getline(in, line);)
+    lines += line.starts_with("p~") || line.starts_with("o~") ? 1U : 0U;
+  EXPECT_EQ(lines, ids.size());
+}
+
+const std::string kHead =
+    "marlune world stations 1\ns~Agency~free~https://example.org~notice\nc~M2~NONE~S2\n";
+const std::string kTable = kHead +
+                           "p~a/one~10~179.9~One~~~Pacific/Fiji~0~LAT~1.5~1000,90;7,1;500,270.5\n"
+                           "p~noaa/1234567~-80~20.5~~City~Land~~0~MSL~0~300,10\n"
+                           "o~a/two~10~-179.8~Two~~~~0~a/one~-30,1.1,0~15,1,-0.2\n";
+
+class WorldTableTest : public ::testing::Test {
+ protected:
+  std::optional<WorldStations> load(const std::string& text) {
+    std::ofstream(file, std::ios::binary) << text;
+    return WorldStations::load(file, harmonics(), error);
+  }
+
+  const marlune::testing::TemporaryFolder folder;
+  const std::string file = folder / "world_stations.txt";
+  std::string error;
+};
+
+TEST_F(WorldTableTest, everyFieldIsRead) {
+  const auto table = load(kTable);
+  ASSERT_TRUE(table) << error;
+  ASSERT_EQ(table->stations().size(), 3U);
+  const WorldStation& one = table->stations()[0];
+  EXPECT_EQ(one.name, "One");
+  EXPECT_EQ(one.city, std::nullopt);
+  ASSERT_EQ(one.components.size(), 2U) << "what the database does not know is left out";
+  EXPECT_EQ(one.components[1].amplitude, 0.5);
+  EXPECT_EQ(one.components[1].epoch, 270.5);
+  EXPECT_EQ(table->stations()[1].id, 1234567);
+  EXPECT_EQ(table->stations()[1].zoneOrNautical(), "Etc/GMT-1");
+  const HarmonicStation two = table->harmonics(table->stations()[2]);
+  EXPECT_EQ(two.zone, "Etc/GMT+12");
+  EXPECT_EQ(two.datumOffset, 1.5);
+  EXPECT_EQ(two.components.size(), 2U);
+  EXPECT_EQ(two.high.seconds, -1800);
+  EXPECT_EQ(two.high.factor, 1.1);
+  EXPECT_EQ(two.low.addend, -0.2);
+}
+
+TEST_F(WorldTableTest, theNearestIsFoundAcrossTheDateLineAndAtAPole) {
+  const auto table = load(kTable);
+  ASSERT_TRUE(table);
+  const struct {
+    double latitude, longitude;
+    const char* key;
+    double kilometres;
+  } cases[] = {{10, 179.9, "a/one", 0},
+               {10, -179.99, "a/one", 12.05},
+               {10, -179.9, "a/two", 10.95},
+               {-90, 0, "noaa/1234567", 1111.9},
+               {-80, 380.5 - 360, "noaa/1234567", 0}};
+  for (const auto& c : cases) {
+    const auto found = table->nearest(c.latitude, c.longitude);
+    EXPECT_EQ(found.station->key, c.key);
+    EXPECT_NEAR(found.kilometres, c.kilometres, 0.1) << c.key;
+  }
+}
+
+TEST_F(WorldTableTest, damagedLinesAreLeftOutAlone) {
+  for (const char* line : {"p~k~91~0~n~c~l~z~0~LAT~0~1,1",
+                           "p~k~0~nan~n~c~l~z~0~LAT~0~1,1",
+                           "p~~0~0~n~c~l~z~0~LAT~0~1,1",
+                           "p~k~0~0~n~c~l~../etc/passwd~0~LAT~0~1,1",
+                           "p~k~0~0~n~c~l~/etc~0~LAT~0~1,1",
+                           "p~k~0~0~n~c~l~z~1~LAT~0~1,1",
+                           "p~k~0~0~n~c~l~z~-1~LAT~0~1,1",
+                           "p~k~0~0~n~c~l~z~0~LAT~1e9~1,1",
+                           "p~k~0~0~n~c~l~z~0~LAT~0~1,1;1,1;1,1;1,1",
+                           "p~k~0~0~n~c~l~z~0~LAT~0~;5,5",
+                           "p~k~0~0~n~c~l~z~0~LAT~0~1",
+                           "p~k~0~0~n~c~l~z~0~LAT~0~inf,1",
+                           "p~k~0~0~n~c~l~z~0~LAT~0~",
+                           "p~k~0~0~n~c~l~z~0~LAT~0",
+                           "o~k~0~0~n~c~l~z~0~a/none~0,1,0~0,1,0",
+                           "o~k~0~0~n~c~l~z~0~a/one~0,1~0,1,0",
+                           "o~k~0~0~n~c~l~z~0~a/two~0,1,0~0,1,0",
+                           "o~k~0~0~n~c~l~z~0~a/one~1e99,1,0~0,1,0",
+                           "p~a/one~5~5~again~c~l~z~0~LAT~0~1,1",
+                           "x~y",
+                           "",
+                           "~~"}) {
+    const auto table = load(kTable + line + "\n");
+    ASSERT_TRUE(table) << line;
+    EXPECT_EQ(table->stations().size(), 3U) << line;
+    EXPECT_EQ(table->stations()[0].latitude, 10) << line;
+  }
+  std::mt19937 random(1);
+  const TidePredictor predictor(harmonics());
+  for (int round = 0; round < 2000; ++round) {
+    std::string text = kTable;
+    for (int i = 0; i < 3; ++i) text[random() % text.size()] = "~;,\n-0189.ep\xff"[random() % 14];
+    text.resize(text.size() - random() % 40);
+    const auto table = load(text);
+    if (!table) continue;
+    for (const WorldStation& station : table->stations()) {
+      ASSERT_LE(std::abs(station.latitude), 90);
+      ASSERT_LT(station.source, table->sources().size());
+      ASSERT_FALSE(table->harmonics(station).components.empty());
+    }
+  }
+}
+
+TEST_F(WorldTableTest, saysWhyAFileCannotBeUsed) {
+  const std::pair<std::string, const char*> cases[] = {
+      {"", "no table"}, {"marlune world stations 2\n", "no table"}, {kHead, "holds no station"}};
+  for (const auto& [text, about] : cases) {
+    EXPECT_FALSE(load(text));
+    EXPECT_NE(error.find(about), std::string::npos) << error;
+  }
+  EXPECT_FALSE(WorldStations::load(folder / "absent", harmonics(), error));
+  EXPECT_NE(error.find("cannot open"), std::string::npos) << error;
+}
+
+}  // namespace
+}  // namespace marlune::services

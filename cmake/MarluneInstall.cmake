@@ -51,15 +51,15 @@ install(FILES ${PROJECT_BINARY_DIR}/package/marluneConfig.cmake
 
 # What a static library stands on belongs to every link with it, not only to fully static ones, which is what
 # pkg-config's private lists are for: those pull in the archives of the archives.
-set(requires expat fmt simdjson libcurl zlib)
+set(requires expat fmt simdjson libcurl zlib libarchive)
 if(MARLUNE_STATIC)
   list(JOIN requires " " requires)
   set(MARLUNE_PC_CFLAGS "")
-  set(MARLUNE_PC_LIBS "Requires: ${requires}\nLibs: -L\${libdir} -lmarlune -lcctz -pthread")
+  set(MARLUNE_PC_LIBS "Requires: ${requires}\nLibs: -L\${libdir} -lmarlune -lcctz -lutf8proc -pthread")
 else()
   list(JOIN requires " " requires)
   set(MARLUNE_PC_CFLAGS " -DMARLUNE_SHARED")
-  set(MARLUNE_PC_LIBS "Libs: -L\${libdir} -lmarlune\nRequires.private: ${requires}\nLibs.private: -lcctz -pthread")
+  set(MARLUNE_PC_LIBS "Libs: -L\${libdir} -lmarlune\nRequires.private: ${requires}\nLibs.private: -lcctz -lutf8proc -pthread")
 endif()
 file(RELATIVE_PATH MARLUNE_PC_TO_PREFIX
   ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})

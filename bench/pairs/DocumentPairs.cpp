@@ -75,18 +75,14 @@ class FreshContainers {
   int used_ = 0;
 };
 
-// The least that puts `months` month files of the usual size in place, whole.
-bool writePlainly(const std::string& folder, int months) {
-  static const Bytes bytes = TideEventDiskCache::encode({yearEvents().begin(), yearEvents().begin() + 124});
-  bool fine = true;
+// Month files of the usual size.
+std::vector<PlainFile> monthFiles(int months) {
+  const Bytes bytes = TideEventDiskCache::encode({yearEvents().begin(), yearEvents().begin() + 124});
+  std::vector<PlainFile> files;
   for (int month = 1; month <= months; ++month) {
-    const std::string temporary = folder + "/.tmp" + std::to_string(month);
-    const std::string name = folder + "/tcache_398997177_2026_" + std::to_string(month) + ".bin";
-    const int file = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    fine = ::write(file, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()) && fine;
-    fine = ::close(file) == 0 && ::rename(temporary.c_str(), name.c_str()) == 0 && fine;
+    files.push_back({"tcache_398997177_2026_" + std::to_string(month) + ".bin", bytes});
   }
-  return fine;
+  return files;
 }
 
 void addMonthsOfFile(const std::string& where, const std::string& parent) {
@@ -120,7 +116,8 @@ void addMonthsOfFile(const std::string& where, const std::string& parent) {
   const auto enter = [=] { *folder = *(*setting)->host.folders->container(kGroupContainerName); };
   renew();
   enter();
-  require(writePlainly(*folder, 11), "eleven files written plainly");
+  const auto files = monthFiles(11);
+  require(writePlainly(*folder, files), "eleven files written plainly");
   addPair({.name = "its last eleven months, " + where,
            .library = {.run = [=] { populate(2, 12); },
                        .prepare =
@@ -129,7 +126,7 @@ void addMonthsOfFile(const std::string& where, const std::string& parent) {
                              populate(1, 1);
                            },
                        .runs = 5},
-           .reference = {.run = [=] { writePlainly(*folder, 11); },
+           .reference = {.run = [=] { writePlainly(*folder, files); },
                          .prepare =
                              [=] {
                                renew();

@@ -113,10 +113,15 @@ int main(int count, char** arguments) {
   if (benchmark::ReportUnrecognizedArguments(given, all.data())) return 2;
 
   addDocumentPairs();
+  addForecastPairs();
+  addAdmiraltyPairs();
   addRangePairs();
   addMergePairs();
   addStationPairs();
+  addGlobalPairs();
   addCurvePairs();
+  addWorldDocumentPairs();
+  addSearchPairs();
 
   Collector collector;
   benchmark::RunSpecifiedBenchmarks(&collector);

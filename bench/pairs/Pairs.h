@@ -32,9 +32,14 @@ void addPair(Pair pair);
 
 // What is measured, a source file each. Called by main() in the order of the report.
 void addDocumentPairs();
+void addForecastPairs();
+void addAdmiraltyPairs();
 void addRangePairs();
 void addMergePairs();
 void addStationPairs();
+void addGlobalPairs();
 void addCurvePairs();
+void addWorldDocumentPairs();
+void addSearchPairs();
 
 }  // namespace marlune::bench

@@ -1,6 +1,12 @@
 #include "support/Subjects.h"
 
+#include <fcntl.h>
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+#include <unistd.h>
+
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <thread>
@@ -43,6 +49,61 @@ const std::vector<TideEvent>& yearEvents() {
   return events;
 }
 
+namespace {
+
+// The forms of the sea's level and of instants are those of the Bureau's files.
+std::string instantText(std::int64_t seconds, int offsetHours) {
+  const auto local = fmt::gmtime(static_cast<std::time_t>(seconds + offsetHours * 3600));
+  return offsetHours == 0 ? fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", local)
+                          : fmt::format("{:%Y-%m-%dT%H:%M:%S}+{:02}:00", local, offsetHours);
+}
+
+std::string forecastOf(const std::vector<TideEvent>& events) {
+  constexpr int offset = 10;
+  constexpr std::int64_t secondsOfDay = 86'400;
+  std::string text =
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<product version=\"1.4\">\n   <amoc>\n      "
+      "<identifier>IDO59001</identifier>\n   </amoc>\n   <forecast>\n      <area aac=\"VIC_TP002\" "
+      "description=\"Lorne\" type=\"location\">\n";
+  std::int64_t day = 0;
+  int index = 0;
+  int sequence = 0;
+  const auto closeDay = [&] {
+    if (index == 0) return;
+    if (index % 7 == 0) text += "            <element type=\"moon_phase\">0.5</element>\n";
+    text += "         </forecast-period>\n";
+  };
+  for (const TideEvent& event : events) {
+    const std::int64_t dayOfEvent = (event.timestamp + offset * 3600) / secondsOfDay;
+    if (dayOfEvent != day) {
+      closeDay();
+      day = dayOfEvent;
+      sequence = 0;
+      const std::int64_t begin = day * secondsOfDay - offset * 3600;
+      const std::int64_t end = begin + secondsOfDay - 1;
+      text += fmt::format(
+          "         <forecast-period index=\"{}\" start-time-local=\"{}\" end-time-local=\"{}\" "
+          "start-time-utc=\"{}\" end-time-utc=\"{}\">\n",
+          ++index, instantText(begin, offset), instantText(end, offset), instantText(begin, 0),
+          instantText(end, 0));
+    }
+    text += fmt::format(
+        "            <element type=\"tide_forecast\" instance=\"{}\" sequence=\"{}\" time-local=\"{}\" "
+        "time-utc=\"{}\" units=\"metres\">{:.2f}</element>\n",
+        event.isHighTide ? "high" : "low", ++sequence, instantText(event.timestamp, offset),
+        instantText(event.timestamp, 0), event.tidelevel * 0.3048);
+  }
+  closeDay();
+  return text + "      </area>\n   </forecast>\n</product>\n";
+}
+
+}  // namespace
+
+const Bytes& forecastDocument() {
+  static const Bytes bytes = forecastOf(yearEvents());
+  return bytes;
+}
+
 std::shared_ptr<TideStation> station() {
   auto made = std::make_shared<TideStation>(std::string(stationId), "9413745", false, 36.9583, -122.017,
                                             "Santa Cruz, Monterey Bay", "California", "United States",
@@ -73,7 +134,19 @@ Setting::Setting(const std::string& folder)
                       .mainThread = std::make_shared<MainLoop>()})),
       files(std::make_shared<FileAccess>(host.folders, host.files)),
       diskCache(std::make_shared<TideEventDiskCache>(files)),
-      provider(std::make_unique<TideDataProvider>(host, files, diskCache)) {}
+      provider(std::make_unique<TideDataProvider>(host, files, diskCache, nullptr)) {}
+
+bool writePlainly(const std::string& folder, const std::vector<PlainFile>& files) {
+  bool fine = true;
+  for (const auto& [name, bytes] : files) {
+    const std::string path = folder + "/" + name;
+    const std::string temporary = folder + "/.tmp" + name;
+    const int file = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    fine = ::write(file, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()) && fine;
+    fine = ::close(file) == 0 && ::rename(temporary.c_str(), path.c_str()) == 0 && fine;
+  }
+  return fine;
+}
 
 void placeYearFile(const std::string& folder) {
   Setting setting(folder);

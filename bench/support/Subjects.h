@@ -21,6 +21,10 @@ Bytes resource(std::string_view name);
 const Bytes& yearDocument();
 const std::vector<TideEvent>& yearEvents();
 
+/// The same events as a forecast of the Bureau of Meteorology: a period a day, with the other elements of
+/// such documents.
+const Bytes& forecastDocument();
+
 /// The default station, with its zone.
 std::shared_ptr<TideStation> station();
 
@@ -53,6 +57,16 @@ struct Setting {
   std::shared_ptr<TideEventDiskCache> diskCache;
   std::unique_ptr<TideDataProvider> provider;
 };
+
+/// A file that is written for comparison.
+struct PlainFile {
+  std::string name;
+  Bytes bytes;
+};
+
+/// The least that puts files in place in a folder, whole: created beside its name, written, renamed. False
+/// when that fails.
+bool writePlainly(const std::string& folder, const std::vector<PlainFile>& files);
 
 /// Puts the year document into the container of the setting at `folder`.
 void placeYearFile(const std::string& folder);

@@ -1,0 +1,133 @@
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "fuzz/Require.h"
+#include "marlune/platform/NotificationHub.h"
+#include "marlune/storage/FavoriteListManager.h"
+
+using namespace marlune;
+
+namespace {
+
+constexpr std::string_view listName = "favorites.plist";
+constexpr std::string_view archiveName = "favorites_global.archive";
+
+/// One folder in memory, for one thread.
+class Files : public FileSystem, public Folders {
+ public:
+  std::optional<Bytes> read(const std::string& path) override {
+    const auto found = files_.find(path);
+    return found == files_.end() ? std::nullopt : std::optional(found->second.bytes);
+  }
+  std::optional<FileIdentity> identity(const std::string& path) override {
+    const auto found = files_.find(path);
+    if (found == files_.end()) return std::nullopt;
+    return FileIdentity{.inode = found->second.number, .settled = true};
+  }
+  bool write(const std::string&, const std::string& path, std::string_view bytes, Durability) override {
+    files_[path] = {Bytes(bytes), ++number_};
+    return true;
+  }
+  bool remove(const std::string& path) override { return files_.erase(path) == 1; }
+  bool exists(const std::string& path) override { return files_.contains(path); }
+  bool move(const std::string&, const std::string&, const std::string&) override { return false; }
+  std::optional<std::vector<std::string>> list(const std::string&) override { return std::nullopt; }
+
+  std::optional<std::string> container(std::string_view) const override { return "/container"; }
+  std::optional<std::string> documents() const override { return "/documents"; }
+
+ private:
+  struct File {
+    Bytes bytes;
+    std::uint64_t number = 0;
+  };
+  std::map<std::string, File> files_;
+  std::uint64_t number_ = 0;
+};
+
+/// A process of the application, whose provider knows every id that is no worldwide point and of even length.
+struct Process {
+  using Station = std::shared_ptr<TideStation>;
+
+  explicit Process(const std::shared_ptr<FileAccess>& files)
+      : favorites(files, std::make_shared<NotificationHub>(),
+                  {[this](const std::string& id) {
+                     const auto point = points.find(id);
+                     if (point != points.end()) return point->second;
+                     if (id.size() % 2 != 0 || TideStation::isGlobalStationId(id)) return Station();
+                     auto station = std::make_shared<TideStation>();
+                     station->stationId = id;
+                     return station;
+                   },
+                   [this](const Station& station) {
+                     MARLUNE_FUZZ_REQUIRE(station->isGlobal && station->stationId);
+                     points[*station->stationId] = station;
+                   },
+                   {}}) {}
+
+  std::map<std::string, bool> ids() const {  // with whether they are worldwide points
+    std::map<std::string, bool> all;
+    for (const auto& station : favorites.getFavorites()) {
+      MARLUNE_FUZZ_REQUIRE(all.try_emplace(*station->stationId, station->isGlobal).second);
+    }
+    return all;
+  }
+
+  std::map<std::string, Station> points;
+  FavoriteListManager favorites;
+};
+
+/// What is loaded, saved and loaded again is the same; then a save by a process that loaded nothing keeps it.
+void check(const std::shared_ptr<FileAccess>& files, const std::map<std::string, bool>* expected) {
+  Process first(files);
+  first.favorites.LoadFromDisk();
+  const auto ids = first.ids();
+  MARLUNE_FUZZ_REQUIRE(expected == nullptr || ids == *expected);
+  auto absent = std::make_shared<TideStation>();
+  absent->stationId = "absent";
+  const bool hasAbsent = ids.contains("absent");
+  for (int save = 0; save < 2 && !hasAbsent; ++save) {
+    Process unloaded(files);
+    FavoriteListManager& favorites = save == 0 ? first.favorites : unloaded.favorites;
+    favorites.RemoveFromFavorites(absent);
+    favorites.SaveToDisk();
+    Process again(files);
+    again.favorites.LoadFromDisk();
+    MARLUNE_FUZZ_REQUIRE(again.ids() == ids);
+    if (save == 1) MARLUNE_FUZZ_REQUIRE(unloaded.ids() == ids);
+  }
+}
+
+void store(FileAccess& files, std::string_view name, std::string_view bytes) {
+  MARLUNE_FUZZ_REQUIRE(files.saveFileInContainer(kGroupContainerName, name, bytes));
+}
+
+}  // namespace
+
+/// Any bytes as the list of favourites, and as the archive of the worldwide points.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+  const auto folder = std::make_shared<Files>();
+  const auto files = std::make_shared<FileAccess>(folder, folder);
+  store(*files, listName, bytes);
+  check(files, nullptr);
+
+  folder->remove("/container/" + std::string(listName));
+  folder->remove("/container/" + std::string(archiveName));
+  store(*files, archiveName, bytes);
+  Process archived(files);
+  archived.favorites.loadAndRegisterGlobalFavorites();
+  std::map<std::string, bool> points;
+  for (const auto& [id, station] : archived.points) {
+    points.emplace(id, true);
+    archived.favorites.AddToFavorites(station);
+  }
+  archived.favorites.SaveToDisk();
+  store(*files, archiveName, bytes);  // the list of its points beside the archive as it came
+  check(files, points.empty() ? nullptr : &points);
+  return 0;
+}

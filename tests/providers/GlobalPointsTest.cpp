@@ -103,11 +103,13 @@ TEST_F(GlobalPointsTest, AFailedLoadIsTriedAgain) {
   fake.http->script(pointsAddress, answerOf(points({1})));
   EXPECT_EQ(load(), 1);
   EXPECT_EQ(fake.http->requests().size(), 4U);
+  // Where the disk is read late, the copy just stored comes before the answer that it was made from.
+  EXPECT_FALSE(seen.take().empty());
 
   provider = make();  // and one that has a stored copy keeps it
   fake.http->script(pointsAddress, answerOf("[]"));
   EXPECT_EQ(load(), 1);
-  EXPECT_EQ(namesOf(seen.take()), (Names{loaded, loaded}));
+  EXPECT_EQ(namesOf(seen.take()), Names{loaded});
 }
 
 TEST_F(GlobalPointsTest, FindsByPlace) {

@@ -371,4 +371,15 @@ CompletionOperation<Value, Begin> completionOf(Begin begin) {
   return CompletionOperation<Value, Begin>(std::move(begin));
 }
 
+/// The same task as a chain of its own: where what it waits for is dropped, who awaits this goes on, with a
+/// default-made T. An object puts it between its tasks and those of its callers, so that its end does not end
+/// theirs.
+template <class T>
+Task<T> inOwnChain(Task<T> task) {
+  auto answer = completionOf<T>([own = std::move(task)](UniqueFunction<void(T)> done) mutable {
+    start(std::move(own), std::move(done));
+  });
+  co_return co_await answer;
+}
+
 }  // namespace marlune

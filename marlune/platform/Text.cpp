@@ -157,6 +157,22 @@ double lenientDouble(std::string_view text) {
   return negative ? -value : value;
 }
 
+std::optional<double> decimalNumber(std::string_view text) {
+  const std::string_view digits = text.substr(text.starts_with('+') || text.starts_with('-') ? 1 : 0);
+  if (digits.empty() || (!isDigit(digits[0]) && digits[0] != '.'))
+    return std::nullopt;  // "nan", "inf", "+-1"
+  double value = 0.0;
+  const auto [end, failure] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+  if (end != digits.data() + digits.size()) return std::nullopt;
+  if (failure == std::errc::result_out_of_range) {
+    if (isTooLarge(digits)) return std::nullopt;
+    value = 0.0;
+  } else if (failure != std::errc()) {
+    return std::nullopt;
+  }
+  return text.starts_with('-') ? -value : value;
+}
+
 std::int64_t lenientInteger(std::string_view text) {
   const auto [digits, negative] = afterSign(text);
   constexpr auto top = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,6 +17,10 @@ MARLUNE_API double lenientDouble(std::string_view text);
 /// The whole number at the start of `text`, in the same lenient way; what does not fit is held at the
 /// nearest 64-bit value.
 MARLUNE_API std::int64_t lenientInteger(std::string_view text);
+
+/// The number that the whole of `text` is: a decimal, perhaps with a sign and an exponent. Nothing for any
+/// other text, blanks at its ends included, and for what no double holds. Never reads a locale.
+MARLUNE_API std::optional<double> decimalNumber(std::string_view text);
 
 /// The shortest decimal that reads back as exactly `value`, always with a fraction or an exponent: "10.0",
 /// "-0.1275", "-0.0"; below 0.0001 and from 2^54 on "1e-05", "1.5e+17". Also "nan", "inf" and "-inf".

@@ -1,6 +1,5 @@
 #include "marlune/storage/FileAccess.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace marlune {
@@ -8,23 +7,6 @@ namespace marlune {
 namespace {
 
 constexpr std::string_view fileScheme = "file://";
-
-// Empty names, absolute names, names with a ".." and names cut short by a null byte lead elsewhere.
-bool staysInside(std::string_view name) {
-  if (name.empty() || name.front() == '/' || name.find('\0') != std::string_view::npos) return false;
-  for (std::size_t begin = 0; begin <= name.size();) {
-    const std::size_t end = std::min(name.find('/', begin), name.size());
-    if (name.substr(begin, end - begin) == "..") return false;
-    begin = end + 1;
-  }
-  return true;
-}
-
-std::optional<std::string> inside(std::optional<std::string> folder, std::string_view name) {
-  if (!folder || !staysInside(name)) return std::nullopt;
-  folder->append("/").append(name);
-  return folder;
-}
 
 int hexDigit(char c) {
   if (c >= '0' && c <= '9') return c - '0';
@@ -92,7 +74,7 @@ FileAccess::FileAccess(std::shared_ptr<Folders> folders, std::shared_ptr<FileSys
 
 std::optional<std::string> FileAccess::pathInContainer(std::string_view groupId,
                                                        std::string_view filename) const {
-  return inside(folders_->container(groupId), filename);
+  return pathInside(folders_->container(groupId), filename);
 }
 
 Data FileAccess::loadFileInContainer(std::string_view groupId, std::string_view filename) const {
@@ -102,7 +84,7 @@ Data FileAccess::loadFileInContainer(std::string_view groupId, std::string_view 
 bool FileAccess::saveFileInContainer(std::string_view groupId, std::string_view filename,
                                      std::string_view data, FileSystem::Durability durability) const {
   const auto folder = folders_->container(groupId);
-  const auto path = inside(folder, filename);
+  const auto path = pathInside(folder, filename);
   return path && files_->write(*folder, *path, data, durability);
 }
 
@@ -122,43 +104,43 @@ std::optional<std::string> FileAccess::urlForFileInContainer(std::string_view gr
 }
 
 bool FileAccess::moveFileToSharedContainer(std::string_view groupId, std::string_view filename) const {
-  const auto source = inside(folders_->documents(), filename);
+  const auto source = pathInside(folders_->documents(), filename);
   if (!source || !files_->exists(*source)) return false;
   const auto folder = folders_->container(groupId);
-  const auto target = inside(folder, filename);
+  const auto target = pathInside(folder, filename);
   return target && files_->move(*source, *folder, *target);
 }
 
 Data FileAccess::loadFile(std::string_view filename) const {
-  return dataAt(*files_, inside(folders_->documents(), filename));
+  return dataAt(*files_, pathInside(folders_->documents(), filename));
 }
 
 bool FileAccess::saveFile(std::string_view filename, std::string_view data,
                           FileSystem::Durability durability) const {
   const auto folder = folders_->documents();
-  const auto path = inside(folder, filename);
+  const auto path = pathInside(folder, filename);
   return path && files_->write(*folder, *path, data, durability);
 }
 
 bool FileAccess::removeFile(std::string_view filename) const {
-  const auto path = inside(folders_->documents(), filename);
+  const auto path = pathInside(folders_->documents(), filename);
   return path && files_->remove(*path);
 }
 
 bool FileAccess::fileExists(std::string_view filename) const {
-  const auto path = inside(folders_->documents(), filename);
+  const auto path = pathInside(folders_->documents(), filename);
   return path && files_->exists(*path);
 }
 
 std::optional<std::string> FileAccess::urlForFile(std::string_view filename) const {
-  return urlOf(inside(folders_->documents(), filename));
+  return urlOf(pathInside(folders_->documents(), filename));
 }
 
 bool FileAccess::moveFileUrlToDocumentsFolder(std::string_view sourceUrl) const {
   const auto source = pathOfFileUrl(sourceUrl);
   const auto folder = folders_->documents();
   if (!source || !files_->exists(*source)) return false;
-  const auto target = inside(folder, lastComponent(*source));
+  const auto target = pathInside(folder, lastComponent(*source));
   return target && files_->move(*source, *folder, *target);
 }
 

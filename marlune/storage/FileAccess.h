@@ -12,9 +12,6 @@
 
 namespace marlune {
 
-/// The application group whose container the library's files lie in.
-inline constexpr std::string_view kGroupContainerName = "group.com.quenda.korvantis";
-
 /// Reads and writes the library's files: in the shared container of an application group, which every process
 /// of the application sees, and in the private documents folder, where older versions kept theirs.
 ///

@@ -1,0 +1,171 @@
+#include "marlune/ocean/SeriesDiskCache.h"
+
+#include <fmt/compile.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <iterator>
+#include <string>
+#include <utility>
+
+#include "marlune/platform/JsonReader.h"
+#include "marlune/platform/JsonText.h"
+#include "marlune/platform/Text.h"
+
+namespace marlune {
+
+namespace {
+
+using simdjson::dom::element;
+using simdjson::dom::object;
+
+constexpr double longestKept = 2'592'000.0;  // seconds: 30 days
+constexpr std::array<std::string_view, 4> sweptPrefixes = {"noaa_water_temperature_", "noaa_air_temperature_",
+                                                           "noaa_wind_", "nws_wind_"};
+
+/// Seconds since 1970 of a time in nanoseconds.
+double secondsOfModification(const FileIdentity& identity) {
+  constexpr std::int64_t second = 1'000'000'000;
+  return static_cast<double>(identity.modified / second) +
+         static_cast<double>(identity.modified % second) * 1e-9;
+}
+
+std::shared_ptr<const TimeSeriesData> sampleOf(element entry) {
+  object members;
+  if (entry.get(members) != simdjson::SUCCESS) return nullptr;
+  std::optional<double> date;
+  std::optional<double> value;
+  std::optional<TimeSeriesData::Attributes> attributes;
+  std::optional<std::string> series;
+  for (const auto& [key, member] : members) {
+    if (key == "t") {
+      date = json::number(member);
+    } else if (key == "v") {
+      value = json::number(member);
+    } else if (key == "s" && !member.is_null()) {
+      const auto text = json::text(member);
+      if (!text) return nullptr;
+      series.emplace(*text);
+    } else if (key == "a" && !member.is_null()) {
+      object pairs;
+      if (member.get(pairs) != simdjson::SUCCESS) return nullptr;
+      attributes.emplace();
+      for (const auto& [name, held] : pairs) {
+        const auto text = json::text(held);
+        if (!text) return nullptr;
+        attributes->insert_or_assign(std::string(name), std::string(*text));
+      }
+    }
+  }
+  if (!date || !value) return nullptr;
+  return std::make_shared<const TimeSeriesData>(dateFromSeconds(*date), *value, std::move(attributes),
+                                                std::move(series));
+}
+
+std::optional<TimeSeries> seriesOf(JsonReader& reader, std::string_view bytes) {
+  const auto root = reader.read(bytes);
+  simdjson::dom::array entries;
+  if (!root || root->get(entries) != simdjson::SUCCESS) return std::nullopt;
+  TimeSeries samples;
+  samples.reserve(entries.size());
+  for (const element entry : entries) {
+    auto sample = sampleOf(entry);
+    if (!sample) return std::nullopt;
+    samples.push_back(std::move(sample));
+  }
+  return samples;
+}
+
+/// Nothing for what JSON cannot hold: a number that is none, a text that is no UTF-8.
+std::optional<std::string> documentOf(const TimeSeries& samples) {
+  std::string text = "[";
+  for (const auto& sample : samples) {
+    const double date = secondsOf(sample->date);
+    if (!std::isfinite(date) || !std::isfinite(sample->value)) return std::nullopt;
+    fmt::format_to(std::back_inserter(text), FMT_COMPILE("{}{{\"t\":{},\"v\":{}"), text.size() > 1 ? "," : "",
+                   date, sample->value);
+    if (sample->attributes && !sample->attributes->empty()) {
+      text += ",\"a\":{";
+      bool first = true;
+      for (const auto& [name, value] : *sample->attributes) {
+        if (!isUtf8(name) || !isUtf8(value)) return std::nullopt;
+        if (!std::exchange(first, false)) text += ',';
+        appendJsonText(text, name);
+        text += ':';
+        appendJsonText(text, value);
+      }
+      text += '}';
+    }
+    if (sample->series) {
+      if (!isUtf8(*sample->series)) return std::nullopt;
+      text += ",\"s\":";
+      appendJsonText(text, *sample->series);
+    }
+    text += '}';
+  }
+  text += ']';
+  return text;
+}
+
+bool isSwept(std::string_view name) {
+  return std::any_of(sweptPrefixes.begin(), sweptPrefixes.end(),
+                     [name](std::string_view prefix) { return name.starts_with(prefix); });
+}
+
+void sweep(const Host& host, const std::string& folder) {
+  const double oldest = secondsOf(host.clock->now()) - longestKept;
+  for (const std::string& name : host.files->list(folder).value_or(std::vector<std::string>())) {
+    if (!isSwept(name)) continue;
+    const std::string path = folder + "/" + name;
+    const auto identity = host.files->identity(path);
+    if (!identity || !(secondsOfModification(*identity) < oldest)) continue;
+    if (!host.files->remove(path)) host.log->line("Series cache: could not delete " + name);
+  }
+}
+
+}  // namespace
+
+SeriesDiskCache::SeriesDiskCache(const Host& host) : host_(host) {}
+
+SeriesDiskCache::~SeriesDiskCache() {
+  if (sweeping_) sweeping_->close();
+}
+
+std::optional<TimeSeries> SeriesDiskCache::load(std::string_view name, std::optional<double> maxAge) const {
+  std::call_once(sweepStarted_, [this] { startSweep(); });
+  const auto path = pathInside(host_.folders->container(kGroupContainerName), name);
+  if (!path) return std::nullopt;
+  const auto identity = host_.files->identity(*path);
+  if (!identity) return std::nullopt;
+  if (maxAge && secondsOf(host_.clock->now()) - secondsOfModification(*identity) > *maxAge)
+    return std::nullopt;
+  const auto bytes = host_.files->read(*path);
+  if (!bytes) return std::nullopt;
+  const auto reader = readers_.take();
+  return seriesOf(*reader, *bytes);
+}
+
+void SeriesDiskCache::save(const TimeSeries& samples, std::string_view name) const {
+  const auto folder = host_.folders->container(kGroupContainerName);
+  const auto path = pathInside(folder, name);
+  const auto document = documentOf(samples);
+  if (!path) {
+    host_.log->line(fmt::format("Series cache: there is no folder for {}", name));
+  } else if (!document) {
+    host_.log->line(fmt::format("Series cache: {} has a number or a text that JSON cannot hold", name));
+  } else if (!host_.files->write(*folder, *path, *document, FileSystem::Durability::cache)) {
+    host_.log->line(fmt::format("Series cache: could not write {}", name));
+  }
+}
+
+void SeriesDiskCache::startSweep() const {
+  const auto folder = host_.folders->container(kGroupContainerName);
+  if (!folder) return;
+  sweeping_ = std::make_unique<OwnedQueue>(host_.executors->makeQueue("series-sweep", 1));
+  sweeping_->post([host = host_, place = *folder] { sweep(host, place); });
+}
+
+}  // namespace marlune

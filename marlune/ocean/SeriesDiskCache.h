@@ -1,0 +1,47 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string_view>
+
+#include "marlune/ocean/TimeSeriesData.h"
+#include "marlune/platform/Export.h"
+#include "marlune/platform/Host.h"
+#include "marlune/platform/JsonReaders.h"
+#include "marlune/platform/OwnedQueue.h"
+
+namespace marlune {
+
+/// Keeps time series as files in the shared container of the application group, so that the application, its
+/// widgets and a background refresh do not fetch the same observations twice. The form is in docs/formats.md.
+/// Each operation touches only the file named, and a file is written whole or not at all. Safe from any
+/// thread; the operations read and write the disk where they are called.
+///
+///     if (const auto samples = cache.load("noaa_wind_9413450_20250305.json", 1800)) use(*samples);
+class MARLUNE_API SeriesDiskCache final {
+ public:
+  explicit SeriesDiskCache(const Host& host);
+  /// Waits for a sweep that runs.
+  ~SeriesDiskCache();
+  SeriesDiskCache(const SeriesDiskCache&) = delete;
+  SeriesDiskCache& operator=(const SeriesDiskCache&) = delete;
+
+  /// The series in a file that is at most `maxAge` seconds old, by its modification time and the wall clock;
+  /// of any age without one. Nothing for a file that is missing, older or no series. The first call also
+  /// starts the sweep, in the background.
+  std::optional<TimeSeries> load(std::string_view name, std::optional<double> maxAge) const;
+
+  /// Writes the series, over a file of that name. What fails is logged.
+  void save(const TimeSeries& samples, std::string_view name) const;
+
+ private:
+  void startSweep() const;
+
+  const Host host_;
+  mutable JsonReaders readers_;
+  mutable std::once_flag sweepStarted_;
+  mutable std::unique_ptr<OwnedQueue> sweeping_;
+};
+
+}  // namespace marlune

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <utility>
+
+#include "marlune/ocean/TimeSeriesData.h"
+#include "marlune/platform/Export.h"
+
+namespace marlune {
+
+/// Temperatures near one place, of the water or of the air. Read-only once handed out: others share it.
+class MARLUNE_API WaterTempData final {
+ public:
+  WaterTempData(double lat, double lng, TimeSeries samples, bool celsius)
+      : latitude(lat), longitude(lng), timeSeries(std::move(samples)), isTemperatureInCelsius(celsius) {}
+  WaterTempData() = delete;
+
+  double latitude;   ///< of the place that was asked for, degrees
+  double longitude;  ///< as above
+  TimeSeries timeSeries;
+  bool isTemperatureInCelsius;  ///< else Fahrenheit
+};
+
+}  // namespace marlune

@@ -1,0 +1,120 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <type_traits>
+
+#include "marlune/ocean/BoundedCache.h"
+#include "marlune/ocean/OceanCurrentData.h"
+#include "marlune/ocean/OceanSource.h"
+#include "marlune/ocean/OceanTimes.h"
+#include "marlune/ocean/SwellData.h"
+#include "marlune/ocean/WaterTemperatureDataProvider.h"
+#include "marlune/ocean/WindData.h"
+
+namespace marlune {
+namespace {
+
+template <class... Records>
+constexpr bool noneIsMadeOfNothing = (!std::is_default_constructible_v<Records> && ...);
+static_assert(
+    noneIsMadeOfNothing<TimeSeriesData, WaterTempData, SwellData, WindData, CurrentEvent, OceanCurrentData>);
+static_assert(!std::is_copy_constructible_v<TimeSeriesData>, "a copy would be another sample");
+
+std::shared_ptr<const TimeSeriesData> sample(double date, double value = 1) {
+  return std::make_shared<const TimeSeriesData>(dateFromSeconds(date), value);
+}
+
+TEST(OceanRecordsTest, NumbersOfAttributesReadBackAndHaveAFraction) {
+  for (const auto& [value, text] :
+       {std::pair(270.0, "270.0"), {12.5, "12.5"}, {-0.0, "0.0"}, {0.1, "0.1"}, {-3.0, "-3.0"}}) {
+    EXPECT_EQ(numberAttribute(value), text);
+  }
+  EXPECT_NE(sample(1)->id(), sample(1)->id());
+}
+
+TEST(OceanRecordsTest, ThePickedSampleIsTheNearestWithinAnHourAndAHalf) {
+  const auto day = std::make_shared<const WaterTempData>(
+      1, 2, TimeSeries{sample(0, 10), sample(3600, 11), sample(7200, 12)}, true);
+  const auto at = [&](double seconds) {
+    const auto picked = sampleNearestTo(dateFromSeconds(seconds), day);
+    return picked ? picked->timeSeries.at(0)->value : -1.0;
+  };
+  EXPECT_EQ(at(-5400), 10);
+  EXPECT_EQ(at(-5401), -1);
+  EXPECT_EQ(at(1800), 10) << "of two the earlier";
+  EXPECT_EQ(at(1801), 11);
+  EXPECT_EQ(at(7200 + 5400), 12);
+  EXPECT_EQ(at(7200 + 5400.001), -1);
+  EXPECT_EQ(at(std::nan("")), -1);
+  EXPECT_EQ(sampleNearestTo(dateFromSeconds(0), nullptr), nullptr);
+}
+
+TEST(OceanRecordsTest, DaysAreThoseOfTheZonesCalendar) {
+  const struct {
+    const char* zone;
+    double instant;
+    const char* name;
+    std::int64_t start, end;
+  } days[] = {
+      {"UTC", 1741132800, "2025-03-05", 1741132800, 1741219200},
+      {"America/Los_Angeles", 1741510800, "2025-03-09", 1741507200, 1741507200 + 23 * 3600},
+      {"Australia/Lord_Howe", 1743870000, "2025-04-06", 1743858000, 1743858000 + 24 * 3600 + 1800},
+      {"Africa/Cairo", 1745540000, "2025-04-25", 1745532000, 1745532000 + 23 * 3600},  // no midnight
+      {"UTC", -0.5, "1969-12-31", -86400, 0},
+  };
+  for (const auto& [zone, instant, name, start, end] : days) {
+    const auto day = ocean_times::dayOf(dateFromSeconds(instant), *TimeZone::named(zone));
+    ASSERT_TRUE(day) << zone;
+    EXPECT_EQ(day->name, name);
+    EXPECT_EQ(day->start, start) << zone;
+    EXPECT_EQ(day->end, end) << zone;
+    EXPECT_EQ(ocean_times::dayAfter(*day, 1, *TimeZone::named(zone)).start, end);
+    EXPECT_EQ(ocean_times::dayAfter(ocean_times::dayAfter(*day, 40, *TimeZone::named(zone)), -40,
+                                    *TimeZone::named(zone))
+                  .name,
+              name);
+  }
+  for (const double beyond : {1e12, -1e12, 1e300, std::nan(""), -HUGE_VAL}) {
+    EXPECT_FALSE(ocean_times::dayOf(dateFromSeconds(beyond), TimeZone())) << beyond;
+  }
+}
+
+TEST(OceanRecordsTest, TimesAreReadStrictly) {
+  using namespace ocean_times;
+  EXPECT_EQ(utcMinute(1741185000), "20250305 14:30");
+  EXPECT_EQ(utcDay(1741185000), "20250305");
+  EXPECT_EQ(utcInstant("2025-03-05 14:30"), 1741185000);
+  for (const char* text : {"", "2025-03-05T14:30", "2025-02-29 14:30", "2025-03-05 24:00", "2025-03-05 14:60",
+                           "2025-03-05 14:3", "2025-03-05 14:300", "2025-13-05 14:30", "10000-03-05 14:30"}) {
+    EXPECT_FALSE(utcInstant(text)) << text;
+  }
+  const TimeZone zone = *TimeZone::named("America/New_York");
+  EXPECT_EQ(localInstant("2025-03-09T01:30", zone), 1741501800);
+  EXPECT_FALSE(localInstant("2025-03-09T02:30", zone)) << "skipped by the clock change";
+  EXPECT_EQ(localInstant("2025-11-02T01:30", zone), 1762061400) << "the first of two";
+}
+
+TEST(OceanRecordsTest, TheOldestEntryOfAFullCacheGoes) {
+  BoundedCache<int> cache(2);
+  cache.store("a", 1);
+  cache.store("b", 2);
+  cache.store("a", 3);
+  cache.store("c", 4);
+  EXPECT_EQ(cache.find("a"), nullptr);
+  EXPECT_EQ(*cache.find("b"), 2);
+  EXPECT_EQ(*cache.find("c"), 4);
+  EXPECT_EQ(cache.size(), 2U);
+}
+
+TEST(OceanRecordsTest, OnlyHttpIsAskedAndThePlacesOfTheEarth) {
+  for (const char* address : {"http://a", "https://a.b:80/c", "http://[::1]:80/"})
+    EXPECT_TRUE(ocean::isHttpAddress(address)) << address;
+  for (const char* address : {"", "http://", "http:///x", "ftp://a", "file:///etc", "javascript:1", "//a"})
+    EXPECT_FALSE(ocean::isHttpAddress(address)) << address;
+  EXPECT_TRUE(ocean::isPlace(-90, 1000));
+  for (const double bad : {90.1, std::nan(""), HUGE_VAL}) EXPECT_FALSE(ocean::isPlace(bad, 0)) << bad;
+  EXPECT_FALSE(ocean::isPlace(0, std::nan("")));
+}
+
+}  // namespace
+}  // namespace marlune

@@ -13,7 +13,7 @@ WaterTemperatureDataProvider::Answer sampleNearestTo(Date time,
   double least = std::numeric_limits<double>::infinity();
   for (const auto& sample : day->timeSeries) {
     const double distance = std::fabs(secondsOf(sample->date) - secondsOf(time));
-    if (distance >= least) continue;
+    if (!(distance < least)) continue;
     least = distance;
     nearest = sample;
   }

@@ -11,7 +11,9 @@
 
 #include "cli/Answer.h"
 #include "cli/Errors.h"
+#include "marlune/ocean/TimeSeriesData.h"
 #include "marlune/platform/Date.h"
+#include "marlune/platform/TimeZone.h"
 #include "marlune/tides/TideEvent.h"
 
 namespace marlune::cli {
@@ -30,8 +32,10 @@ enum class Kind {
   year,     ///< a 32-bit whole number, as is a month: the library says what is one
   month,
   instant,
-  truth,   ///< true or false
-  events,  ///< a file of event objects, or @ID,FROM,TO
+  truth,    ///< true or false
+  zone,     ///< the name of a time zone
+  events,   ///< a file of event objects, or @ID,FROM,TO
+  samples,  ///< a file of sample objects
 };
 
 struct Argument {
@@ -78,7 +82,8 @@ struct EventSource {
 
 /// A call that has been checked against its command: as many values as it gave arguments, each of its kind.
 struct Call {
-  using Value = std::variant<std::string, double, std::int64_t, Date, bool, EventSource>;
+  using Value =
+      std::variant<std::string, double, std::int64_t, Date, bool, TimeZone, EventSource, TimeSeries>;
 
   const Command* command = nullptr;
   std::vector<Value> values;
@@ -92,6 +97,8 @@ struct Call {
   int month(std::size_t index) const { return static_cast<int>(integer(index)); }
   Date instant(std::size_t index) const { return std::get<Date>(values[index]); }
   bool truth(std::size_t index) const { return std::get<bool>(values[index]); }
+  const TimeZone& zone(std::size_t index) const { return std::get<TimeZone>(values[index]); }
+  const TimeSeries& samples(std::size_t index) const { return std::get<TimeSeries>(values[index]); }
   const EventSource& events(std::size_t index) const { return std::get<EventSource>(values[index]); }
 
   /// The value of an option, or null.
@@ -115,6 +122,8 @@ std::vector<Command> tidesCommands();
 std::vector<Command> curveCommands();
 std::vector<Command> monthsCommands();
 std::vector<Command> archiveCommands();
+std::vector<Command> oceanCommands();
+std::vector<Command> seriesCommands();
 std::vector<Command> defaultsCommands();
 std::vector<Command> chartCommands();
 std::vector<Command> shellCommands();

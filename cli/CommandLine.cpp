@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "cli/EventFile.h"
+#include "cli/SampleFile.h"
 #include "cli/Values.h"
 
 namespace marlune::cli {
@@ -155,8 +156,13 @@ Call::Value valueOf(Kind kind, std::string_view name, const std::string& word) {
     case Kind::truth:
       if (word == "true" || word == "false") return word == "true";
       throw reject("true or false");
+    case Kind::zone:
+      if (const auto zone = TimeZone::named(word)) return *zone;
+      throw reject("a time zone like America/Los_Angeles");
     case Kind::events:
       return readEventSource(word);
+    case Kind::samples:
+      return readSamples(word);
   }
   return word;
 }

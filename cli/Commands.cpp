@@ -12,8 +12,9 @@ namespace {
 
 std::vector<Command> joinTables() {
   std::vector<Command> all;
-  for (auto* table : {chartCommands, stationsCommands, globalCommands, favoritesCommands, tidesCommands,
-                      curveCommands, monthsCommands, archiveCommands, defaultsCommands, shellCommands}) {
+  for (auto* table :
+       {chartCommands, stationsCommands, globalCommands, favoritesCommands, tidesCommands, curveCommands,
+        oceanCommands, monthsCommands, seriesCommands, archiveCommands, defaultsCommands, shellCommands}) {
     auto commands = table();
     std::move(commands.begin(), commands.end(), std::back_inserter(all));
   }
@@ -41,13 +42,16 @@ constexpr std::string_view kOpening =
     "Try:  marlune --local chart 398997177        the tide of a station, drawn\n"
     "      marlune stations near 36.95 -122.02    stations close to a place\n"
     "      marlune --local stations search \"bay\"  stations all over the world, by name\n"
+    "      marlune --local ocean swell 36.95 -122.02 2026-03-05T12:00:00Z America/Los_Angeles here\n"
     "      marlune stations --help                one group of commands\n";
 
 constexpr std::string_view kClosing =
     "INSTANT, FROM, TO, BEGIN, END, AT and AFTER are ISO 8601 with a zone (2026-03-05T12:00:00Z,\n"
     "2026-03-05T23:00:00+11:00) or seconds since 1970. EVENTS is a file with a JSON array of event objects, "
     "or\n"
-    "@ID,FROM,TO for what `tides fetch` gives. An ID that begins with global_ is a worldwide point; in the "
+    "@ID,FROM,TO for what `tides fetch` gives; SAMPLES is a file with one of sample objects. ZONE is a time\n"
+    "zone like America/Los_Angeles, LOCATION your own name for the place. An ID that begins with global_ is "
+    "a worldwide point; in the "
     "shell,\n"
     "`global load` makes them known.\n\n"
     "Downloads that a command has queued are waited for, a minute at most, before the process ends; the "

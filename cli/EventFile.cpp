@@ -10,6 +10,7 @@
 #include <cmath>
 #include <system_error>
 
+#include "cli/JsonFile.h"
 #include "cli/Values.h"
 
 namespace marlune::cli {
@@ -19,13 +20,6 @@ constexpr std::size_t kLargestFile = std::size_t{64} << 20;
 
 std::string reason(int error) {
   return std::generic_category().message(error);
-}
-
-/// The member of an object, or nothing when it is absent or null.
-std::optional<simdjson::dom::element> member(simdjson::dom::object object, std::string_view key) {
-  simdjson::dom::element value;
-  if (object[key].get(value) != simdjson::SUCCESS || value.is_null()) return std::nullopt;
-  return value;
 }
 
 class EventReader {
@@ -48,7 +42,7 @@ class EventReader {
   }
 
   std::int64_t seconds(simdjson::dom::object object) const {
-    const auto value = member(object, "timestamp");
+    const auto value = memberOf(object, "timestamp");
     if (!value) return 0;
     std::int64_t whole = 0;
     if (value->get(whole) == simdjson::SUCCESS) return whole;
@@ -62,7 +56,7 @@ class EventReader {
   }
 
   double level(simdjson::dom::object object) const {
-    const auto value = member(object, "tidelevel");
+    const auto value = memberOf(object, "tidelevel");
     double number = 0;
     if (value && value->get(number) != simdjson::SUCCESS)
       throw wrong("has a \"tidelevel\" that is no number");
@@ -70,7 +64,7 @@ class EventReader {
   }
 
   bool flag(simdjson::dom::object object, std::string_view key) const {
-    const auto value = member(object, key);
+    const auto value = memberOf(object, key);
     bool truth = false;
     if (value && value->get(truth) != simdjson::SUCCESS) {
       throw wrong(fmt::format("has \"{}\" neither true nor false", key));
@@ -122,16 +116,8 @@ std::string readFile(const std::string& path, AtLimit atLimit) {
 }
 
 std::vector<TideEvent> parseEvents(std::string_view json, std::string_view name) {
-  if (json.starts_with("\xEF\xBB\xBF")) json.remove_prefix(3);
   simdjson::dom::parser parser;
-  simdjson::dom::element root;
-  if (const auto error = parser.parse(simdjson::padded_string(json)).get(root)) {
-    throw WrongCall(fmt::format("{} is no JSON: {}", name, simdjson::error_message(error)));
-  }
-  simdjson::dom::array array;
-  if (root.get(array) != simdjson::SUCCESS) {
-    throw WrongCall(fmt::format("{} is not a JSON array of event objects", name));
-  }
+  const auto array = arrayOf(parser, json, name, "event objects");
   std::vector<TideEvent> events;
   EventReader reader(name);
   for (const simdjson::dom::element element : array) events.push_back(reader.read(element));

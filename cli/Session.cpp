@@ -117,6 +117,16 @@ TideStationSearchProvider& Session::search() {
   return TideStationSearchProvider::shared();
 }
 
+OceanDataServiceProvider& Session::ocean() {
+  host();
+  return OceanDataServiceProvider::shared();
+}
+
+SeriesDiskCache& Session::seriesFiles() {
+  host();
+  return SeriesDiskCache::shared();
+}
+
 Reading readingOf(Session& session, const StationPtr& station) {
   auto& provider = session.provider();
   if (session.json()) return {};

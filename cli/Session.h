@@ -9,6 +9,8 @@
 #include "cli/Records.h"
 #include "marlune/global/PelagoraService.h"
 #include "marlune/global/TideEventDiskCache.h"
+#include "marlune/ocean/OceanDataServiceProvider.h"
+#include "marlune/ocean/SeriesDiskCache.h"
 #include "marlune/platform/Activity.h"
 #include "marlune/platform/Host.h"
 #include "marlune/platform/ManualClock.h"
@@ -43,6 +45,8 @@ class Session {
   PelagoraService& globalService();
   FavoriteListManager& favorites();
   TideStationSearchProvider& search();
+  OceanDataServiceProvider& ocean();
+  SeriesDiskCache& seriesFiles();
 
   // --- From any thread ---
 

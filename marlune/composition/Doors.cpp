@@ -8,6 +8,9 @@
 
 #include "marlune/global/PelagoraService.h"
 #include "marlune/global/TideEventDiskCache.h"
+#include "marlune/ocean/OceanDataServiceProvider.h"
+#include "marlune/ocean/OpenMeteoWindProvider.h"
+#include "marlune/ocean/SeriesDiskCache.h"
 #include "marlune/platform/linux/LinuxHost.h"
 #include "marlune/providers/TideDataProvider.h"
 #include "marlune/providers/TideDataProviderAus.h"
@@ -30,7 +33,8 @@ class House {
         diskCache(std::make_shared<TideEventDiskCache>(files)),
         globalService(std::make_shared<PelagoraService>(host, files)),
         favorites(std::make_unique<FavoriteListManager>(files, host.notifications, stationsForFavorites())),
-        provider(providerOfRegion(host.application->region().value_or(""))) {}
+        provider(providerOfRegion(host.application->region().value_or(""))),
+        seriesCache(std::make_shared<SeriesDiskCache>(host)) {}
 
   /// Made when it is first asked for: from then on it indexes whatever is loaded.
   TideStationSearchProvider& search() {
@@ -43,12 +47,22 @@ class House {
     return *search_;
   }
 
+  /// Made when it is first asked for: it stands apart from the tides, and many an application never asks.
+  OceanDataServiceProvider& ocean() {
+    std::call_once(oceanMade_, [this] {
+      ocean_ = std::make_unique<OceanDataServiceProvider>(host, seriesCache,
+                                                          std::make_shared<OpenMeteoWindProvider>(host));
+    });
+    return *ocean_;
+  }
+
   const Host host;
   const std::shared_ptr<FileAccess> files;
   const std::shared_ptr<TideEventDiskCache> diskCache;
   const std::shared_ptr<PelagoraService> globalService;
   const std::unique_ptr<FavoriteListManager> favorites;
   const std::unique_ptr<TideDataProvider> provider;
+  const std::shared_ptr<SeriesDiskCache> seriesCache;
 
  private:
   std::unique_ptr<TideDataProvider> providerOfRegion(const std::string& region) {
@@ -71,6 +85,8 @@ class House {
 
   std::once_flag searchMade_;
   std::unique_ptr<TideStationSearchProvider> search_;
+  std::once_flag oceanMade_;
+  std::unique_ptr<OceanDataServiceProvider> ocean_;
 };
 
 struct Entrance {
@@ -128,6 +144,14 @@ FavoriteListManager& FavoriteListManager::Instance() {
 
 TideStationSearchProvider& TideStationSearchProvider::shared() {
   return house().search();
+}
+
+OceanDataServiceProvider& OceanDataServiceProvider::shared() {
+  return house().ocean();
+}
+
+SeriesDiskCache& SeriesDiskCache::shared() {
+  return *house().seriesCache;
 }
 
 }  // namespace marlune

@@ -21,6 +21,9 @@ namespace marlune {
 ///     if (const auto samples = cache.load("noaa_wind_9413450_20250305.json", 1800)) use(*samples);
 class MARLUNE_API SeriesDiskCache final {
  public:
+  /// The cache of the process, over the installed host (see marlune.h).
+  static SeriesDiskCache& shared();
+
   explicit SeriesDiskCache(const Host& host);
   /// Waits for a sweep that runs.
   ~SeriesDiskCache();

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "cli/Answer.h"
+#include "marlune/ocean/OceanCurrentData.h"
+#include "marlune/ocean/SwellData.h"
+#include "marlune/ocean/TimeSeriesData.h"
+#include "marlune/ocean/WaterTempData.h"
+#include "marlune/ocean/WindData.h"
+#include "marlune/platform/TimeZone.h"
+
+/// The records of ocean conditions in both forms of an answer. People read times in `zone`; a record that is
+/// not there is null, and people then read `absent`.
+namespace marlune::cli {
+
+Answer answerOf(const std::shared_ptr<const WaterTempData>& record, const TimeZone& zone,
+                const std::string& absent);
+Answer answerOf(const std::shared_ptr<const SwellData>& record, const TimeZone& zone,
+                const std::string& absent);
+Answer answerOf(const std::shared_ptr<const WindData>& record, const TimeZone& zone,
+                const std::string& absent);
+/// The record itself does not say the unit of its speeds.
+Answer answerOf(const std::shared_ptr<const OceanCurrentData>& record, const TimeZone& zone,
+                const std::string& absent, const std::string& speedUnit);
+Answer answerOf(std::optional<TimeSeries> samples, const TimeZone& zone, const std::string& absent);
+
+}  // namespace marlune::cli

@@ -1,0 +1,138 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "marlune/ocean/NOAACurrentsDataProvider.h"
+#include "marlune/ocean/NOAATemperatureDataProvider.h"
+#include "marlune/ocean/NOAAWindDataProvider.h"
+#include "marlune/ocean/NWSWindForecastProvider.h"
+#include "marlune/ocean/OceanCurrentData.h"
+#include "marlune/ocean/OpenMeteoDataProvider.h"
+#include "marlune/ocean/OpenMeteoWindProvider.h"
+#include "marlune/ocean/SeriesDiskCache.h"
+#include "marlune/ocean/SwellData.h"
+#include "marlune/ocean/UKHOCurrentsDataProvider.h"
+#include "marlune/ocean/WaterTempData.h"
+#include "marlune/ocean/WindData.h"
+#include "marlune/platform/Date.h"
+#include "marlune/platform/Export.h"
+#include "marlune/platform/Host.h"
+#include "marlune/platform/Task.h"
+#include "marlune/platform/TimeZone.h"
+#include "marlune/platform/UniqueFunction.h"
+
+namespace marlune {
+
+/// What the water is like at a place on a day: the one door to temperature, swell, wind and currents. The
+/// region of the application decides which source may answer:
+///
+///     question                       "usa"                          "worldwide"     any other
+///     water temperature              station, else marine forecast  marine forecast as worldwide
+///     air temperature, observed wind station                        nothing         nothing
+///     wind forecast of the weather
+///     service                        gridpoint                      nothing         nothing
+///     swell, wind                    forecast                       forecast        forecast
+///     currents, their coverage       US stations                    UK stations     nothing
+///
+/// A place is a latitude and a longitude in degrees (finite, the latitude within 90); `timezone` is the zone
+/// in whose calendar days are cut; `locationId` names the place in the application, and in the sources'
+/// caches. What cannot be had is an empty pointer; why is in the log. Records are shared: nobody changes
+/// them.
+///
+/// Every operation is a task, and has a form with a completion, which is called exactly once, on a background
+/// thread of the service's; there the tasks go on, too. Neither may block it for long. Calls are safe from
+/// any thread. Questions to different sources run side by side; equal ones share a request. A service made
+/// with the constructor may be destroyed at any moment; what is open is then answered with nothing.
+///
+///     auto swell = co_await OceanDataServiceProvider::shared().getDailySwellData(
+///         36.95, -122.02, now, zone, "398997177");  // in a Task
+///     OceanDataServiceProvider::shared().getDailyWindDataFor(36.95, -122.02, now, zone, "398997177",
+///                                                            [](auto wind) { ... });
+class MARLUNE_API OceanDataServiceProvider final {
+ public:
+  template <class Record>
+  using Answer = std::shared_ptr<const Record>;
+  template <class Record>
+  using Completion = UniqueFunction<void(Answer<Record>)>;
+
+  /// The service of the process, over the installed host (see marlune.h).
+  static OceanDataServiceProvider& shared();
+
+  /// Services that are made with the same wind source share what it remembers; a question that waits for one
+  /// that others hold too is answered, with nothing, when that source has answered or ends.
+  OceanDataServiceProvider(const Host& host, const std::shared_ptr<SeriesDiskCache>& diskCache,
+                           std::shared_ptr<OpenMeteoWindProvider> windForecast);
+  ~OceanDataServiceProvider();
+  OceanDataServiceProvider(const OceanDataServiceProvider&) = delete;
+  OceanDataServiceProvider& operator=(const OceanDataServiceProvider&) = delete;
+
+  // --- Temperature, degrees Celsius ---
+
+  /// The one sample of water temperature nearest to `time`, if it lies within an hour and a half.
+  Task<Answer<WaterTempData>> getTemperatureDataAtTime(double lat, double lng, Date time, TimeZone timezone,
+                                                       std::string locationId);
+  void getTemperatureDataAtTimeFor(double lat, double lng, Date time, TimeZone timezone,
+                                   std::string locationId, Completion<WaterTempData> completionHandler);
+  /// Water temperature of the day that contains `date`.
+  Task<Answer<WaterTempData>> getDailyTemperatureData(double lat, double lng, Date date, TimeZone timezone,
+                                                      std::string locationId);
+  void getDailyTemperatureDataFor(double lat, double lng, Date date, TimeZone timezone,
+                                  std::string locationId, Completion<WaterTempData> completionHandler);
+  /// The same of the air, as observed.
+  Task<Answer<WaterTempData>> getDailyObservedAirTemperatureData(double lat, double lng, Date date,
+                                                                 TimeZone timezone, std::string locationId);
+  void getDailyObservedAirTemperatureDataFor(double lat, double lng, Date date, TimeZone timezone,
+                                             std::string locationId,
+                                             Completion<WaterTempData> completionHandler);
+
+  // --- Swell, heights in feet ---
+
+  Task<Answer<SwellData>> getDailySwellData(double lat, double lng, Date date, TimeZone timezone,
+                                            std::string locationId);
+  void getDailySwellDataFor(double lat, double lng, Date date, TimeZone timezone, std::string locationId,
+                            Completion<SwellData> completionHandler);
+
+  // --- Currents, knots ---
+
+  /// From six hours before `date` to a day after it, so that a slack that began before midnight is there.
+  Task<Answer<OceanCurrentData>> getDailyOceanCurrentData(double lat, double lng, Date date,
+                                                          TimeZone timezone, std::string locationId);
+  void getDailyOceanCurrentDataFor(double lat, double lng, Date date, TimeZone timezone,
+                                   std::string locationId, Completion<OceanCurrentData> completionHandler);
+  Task<Answer<OceanCurrentData>> getOceanCurrentData(double lat, double lng, Date from, Date to,
+                                                     TimeZone timezone, std::string locationId);
+  void getOceanCurrentDataFor(double lat, double lng, Date from, Date to, TimeZone timezone,
+                              std::string locationId, Completion<OceanCurrentData> completionHandler);
+  /// Is there a station of currents near enough?
+  Task<bool> hasCurrentsCoverage(double lat, double lng, std::string locationId);
+  void hasCurrentsCoverageFor(double lat, double lng, std::string locationId,
+                              UniqueFunction<void(bool)> completionHandler);
+
+  // --- Wind ---
+
+  /// The forecast that covers the whole world, in miles per hour.
+  Task<Answer<WindData>> getDailyWindData(double lat, double lng, Date date, TimeZone timezone,
+                                          std::string locationId);
+  void getDailyWindDataFor(double lat, double lng, Date date, TimeZone timezone, std::string locationId,
+                           Completion<WindData> completionHandler);
+  /// As a station observed it, in knots.
+  Task<Answer<WindData>> getDailyObservedWindData(double lat, double lng, Date date, TimeZone timezone,
+                                                  std::string locationId);
+  void getDailyObservedWindDataFor(double lat, double lng, Date date, TimeZone timezone,
+                                   std::string locationId, Completion<WindData> completionHandler);
+  /// The weather service's forecast of the gridpoint, in knots.
+  Task<Answer<WindData>> getDailyForecastWindData(double lat, double lng, Date date, TimeZone timezone,
+                                                  std::string locationId);
+  void getDailyForecastWindDataFor(double lat, double lng, Date date, TimeZone timezone,
+                                   std::string locationId, Completion<WindData> completionHandler);
+
+  /// The marine forecast's own operations, currents among them, which the questions above never use.
+  OpenMeteoDataProvider& marineForecast() const;
+
+ private:
+  struct State;
+  const std::shared_ptr<State> state_;
+};
+
+}  // namespace marlune

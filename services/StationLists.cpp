@@ -6,6 +6,7 @@
 #include <map>
 #include <numbers>
 #include <set>
+#include <tuple>
 #include <utility>
 
 #include <fmt/format.h>
@@ -175,14 +176,6 @@ double inDecimals(double degrees) {
   return std::round(degrees * 1e5) / 1e5;
 }
 
-struct Depth {
-  std::string id;
-  double feet = 0;
-  int bin = 0;
-
-  auto operator<=>(const Depth&) const = default;
-};
-
 }  // namespace
 
 StationsRead readStations(StationList list, std::string_view json) {
@@ -246,7 +239,7 @@ std::string_view stationsFileName(StationList list) {
 
 std::vector<ListedStation> currentStations(const HarmonicDatabase& database,
                                            std::vector<std::string>& problems) {
-  std::map<Depth, ListedStation> byDepth;
+  std::map<std::tuple<std::string, double, int>, ListedStation> byDepth;  // id, feet, bin
   std::set<std::string> seen;
   for (const HarmonicStation& station : database.stations()) {
     if (station.kind == HarmonicStation::Kind::tide || !seen.insert(station.number).second) continue;

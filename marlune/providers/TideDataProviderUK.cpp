@@ -150,7 +150,7 @@ Data TideDataProviderUK::openedArchive(const Data& bytes) {
     const std::lock_guard lock(archiveMutex_);
     if (archive_ == bytes) return archived_;
   }
-  Data opened = nullptr;
+  Data opened = bytes;  // what is no archive is the parser's to judge
   if (auto document = TideDataArchiver::unarchive(*bytes)) opened = makeData(std::move(*document));
   const std::lock_guard lock(archiveMutex_);
   archive_ = bytes;

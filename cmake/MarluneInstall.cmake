@@ -51,7 +51,7 @@ install(FILES ${PROJECT_BINARY_DIR}/package/marluneConfig.cmake
 
 # What a static library stands on belongs to every link with it, not only to fully static ones, which is what
 # pkg-config's private lists are for: those pull in the archives of the archives.
-set(requires expat fmt simdjson libcurl zlib libarchive)
+set(requires expat fmt simdjson libcurl zlib libzstd libarchive)
 if(MARLUNE_STATIC)
   list(JOIN requires " " requires)
   set(MARLUNE_PC_CFLAGS "")

@@ -53,7 +53,7 @@ void addForecast() {
 /// The archive library's own reading into room that is there already, through one filter.
 std::size_t bareRead(const Bytes& bytes, Bytes& room) {
   ::archive* const reader = archive_read_new();
-  archive_read_support_filter_gzip(reader);
+  archive_read_support_filter_zstd(reader);
   archive_read_support_format_raw(reader);
   archive_entry* entry = nullptr;
   la_ssize_t size = 0;

@@ -85,7 +85,10 @@ std::string withAcceptableNumbers(std::string_view bytes) {
 
 std::optional<simdjson::dom::element> JsonReader::read(std::string_view bytes) {
   if (bytes.starts_with(byteOrderMark)) bytes.remove_prefix(byteOrderMark.size());
-  if (bytes.empty()) return std::nullopt;
+  if (bytes.empty()) {  // which the library takes for a mistake of its caller
+    error_ = simdjson::error_message(simdjson::EMPTY);
+    return std::nullopt;
+  }
   simdjson::dom::element root;
   auto failure = parser_.parse(bytes.data(), bytes.size()).get(root);
   if (failure == simdjson::NUMBER_ERROR) {

@@ -2,10 +2,12 @@
 
 #include <archive.h>
 #include <archive_entry.h>
-#include <zlib.h>
+#include <zstd.h>
 
 #include <algorithm>
 #include <utility>
+
+#include "marlune/providers/Unpacking.h"
 
 namespace marlune {
 
@@ -16,67 +18,15 @@ struct ReaderFree {
 };
 using Reader = std::unique_ptr<::archive, ReaderFree>;
 
-struct WriterFree {
-  void operator()(::archive* writer) const { archive_write_free(writer); }
-};
-using Writer = std::unique_ptr<::archive, WriterFree>;
-
 // Forecasts are packed to about a twentieth.
 constexpr std::size_t foreseenRatio = 24;
 
-// The first bytes of what each filter makes. One of them is chosen here and no other is let in: filters
-// within filters could multiply the work of reading a few bytes without any of it showing in the output.
-struct Packing {
-  std::string_view magic;
-  int filter;
-};
-constexpr Packing packings[] = {{{"\xFD"
-                                  "7zXZ\0",
-                                  6},
-                                 ARCHIVE_FILTER_XZ},
-                                {{"\x28\xB5\x2F\xFD", 4}, ARCHIVE_FILTER_ZSTD}};
-constexpr std::string_view gzipMagic("\x1F\x8B", 2);
-
-/// How much a gzip holds, as its last four bytes tell (little-endian), and one byte more to see the end in.
-std::size_t foreseenSize(std::string_view gzip) {
-  constexpr std::size_t mostRatio = 1032;  // of deflate
-  std::size_t told = 0;
-  for (std::size_t i = 1; i <= 4 && i <= gzip.size(); ++i) {
-    told = told << 8 | static_cast<unsigned char>(gzip[gzip.size() - i]);
-  }
-  return std::min(told, gzip.size() * mostRatio) + 1;
-}
-
-/// What gzip holds, in one member or several, up to `limit` bytes. By hand, since the archive library does
-/// not look at the checksums.
-std::optional<Bytes> gunzipped(std::string_view packed, std::size_t limit) {
-  constexpr int gzipOnly = 15 + 16;
-  z_stream stream{};
-  if (inflateInit2(&stream, gzipOnly) != Z_OK) return std::nullopt;
-  const std::unique_ptr<z_stream, int (*)(z_stream*)> owned(&stream, inflateEnd);
-  // zlib promises not to write to its input.
-  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(packed.data()));
-  stream.avail_in = static_cast<uInt>(packed.size());
-  Bytes bytes;
-  bytes.resize(std::min(limit, foreseenSize(packed)));
-  std::size_t filled = 0;
-  for (;;) {
-    stream.next_out = reinterpret_cast<Bytef*>(bytes.data() + filled);
-    stream.avail_out = static_cast<uInt>(bytes.size() - filled);
-    const int result = inflate(&stream, Z_NO_FLUSH);
-    filled = bytes.size() - stream.avail_out;
-    if (result == Z_STREAM_END) {
-      if (stream.avail_in == 0) break;
-      if (inflateReset(&stream) != Z_OK) return std::nullopt;
-    } else if ((result != Z_OK && result != Z_BUF_ERROR) || stream.avail_out > 0 || bytes.size() == limit) {
-      return std::nullopt;  // damaged, cut, or too much
-    } else {
-      bytes.resize(std::min(limit, bytes.size() * 2));
-    }
-  }
-  bytes.resize(filled);
-  return bytes;
-}
+// The first bytes of xz. No other filter of the archive library is let in: filters within filters could
+// multiply the work of reading a few bytes without any of it showing in the output.
+constexpr std::string_view xzMagic(
+    "\xFD"
+    "7zXZ\0",
+    6);
 
 // After a byte-order mark and blanks comes a tag.
 bool beginsAsXml(std::string_view text) {
@@ -113,14 +63,12 @@ enum class Forms { all, tarOnly };
 Reader open(std::string_view bytes, Forms forms) {
   Reader reader(archive_read_new());
   if (!reader) return nullptr;
-  const auto packing = std::find_if(std::begin(packings), std::end(packings),
-                                    [&](const Packing& p) { return bytes.starts_with(p.magic); });
   bool ready = archive_read_support_format_tar(reader.get()) == ARCHIVE_OK;
   if (forms == Forms::tarOnly) {
     // What is behind a filter already has no second one and is no zip.
-  } else if (packing != std::end(packings)) {
+  } else if (bytes.starts_with(xzMagic)) {
     // The bare form takes anything, so it is let in only behind a filter, which knows its own.
-    ready = ready && archive_read_append_filter(reader.get(), packing->filter) == ARCHIVE_OK &&
+    ready = ready && archive_read_append_filter(reader.get(), ARCHIVE_FILTER_XZ) == ARCHIVE_OK &&
             archive_read_support_format_raw(reader.get()) == ARCHIVE_OK;
   } else {
     // By its directory, which stands at the end: half an archive has none.
@@ -184,11 +132,6 @@ class Extraction {
   std::size_t left_ = TideDataArchiver::maximumSize;
 };
 
-la_ssize_t appendTo(::archive*, void* bytes, const void* block, std::size_t size) {
-  static_cast<Bytes*>(bytes)->append(static_cast<const char*>(block), size);
-  return static_cast<la_ssize_t>(size);
-}
-
 }  // namespace
 
 Data TideDataArchiver::unarchiveFile(const std::string& path) const {
@@ -201,14 +144,16 @@ Data TideDataArchiver::unarchiveFile(const std::string& path) const {
 std::optional<Bytes> TideDataArchiver::unarchive(std::string_view archive) {
   if (archive.empty() || archive.size() > maximumSize) return std::nullopt;
   Forms forms = Forms::all;
-  Bytes behindGzip;
-  if (archive.starts_with(gzipMagic)) {
+  Bytes unpacked;
+  const bool isGzip = unpacking::isGzip(archive);
+  if (isGzip || unpacking::isZstd(archive)) {
     constexpr std::size_t ofTar = std::size_t{128} << 10;  // heads and padding around the documents
-    auto held = gunzipped(archive, maximumSize + ofTar);
+    constexpr std::size_t limit = maximumSize + ofTar;
+    auto held = isGzip ? unpacking::gunzipped(archive, limit) : unpacking::unzstd(archive, limit);
     if (!held) return std::nullopt;
-    if (beginsAsXml(*held)) return held->size() <= maximumSize ? held : std::nullopt;
-    behindGzip = std::move(*held);
-    archive = behindGzip;
+    if (beginsAsXml(*held)) return held->size() <= maximumSize ? std::move(held) : std::nullopt;
+    unpacked = std::move(*held);
+    archive = unpacked;
     forms = Forms::tarOnly;
   }
   Reader reader = open(archive, forms);
@@ -220,25 +165,17 @@ std::optional<Bytes> TideDataArchiver::unarchive(std::string_view archive) {
 
 std::optional<Bytes> TideDataArchiver::archive(std::string_view xml) {
   if (xml.size() > maximumSize || !beginsAsXml(xml)) return std::nullopt;
-  Bytes bytes;
-  const Writer writer(archive_write_new());
-  if (!writer) return std::nullopt;
-  archive_entry* const entry = archive_entry_new();
-  if (entry == nullptr) return std::nullopt;
-  const std::unique_ptr<archive_entry, decltype(&archive_entry_free)> owned(entry, archive_entry_free);
-  archive_entry_set_filetype(entry, AE_IFREG);
-  archive_entry_set_size(entry, static_cast<la_int64_t>(xml.size()));
-  ::archive* const raw = writer.get();
-  const bool written =
-      archive_write_set_format_raw(raw) == ARCHIVE_OK && archive_write_add_filter_gzip(raw) == ARCHIVE_OK &&
-      archive_write_set_filter_option(raw, "gzip", "compression-level", "9") == ARCHIVE_OK &&
-      archive_write_set_filter_option(raw, "gzip", "timestamp", nullptr) == ARCHIVE_OK &&
-      archive_write_set_bytes_in_last_block(raw, 1) == ARCHIVE_OK &&
-      archive_write_open(raw, &bytes, nullptr, appendTo, nullptr) == ARCHIVE_OK &&
-      archive_write_header(raw, entry) == ARCHIVE_OK &&
-      archive_write_data(raw, xml.data(), xml.size()) == static_cast<la_ssize_t>(xml.size()) &&
-      archive_write_close(raw) == ARCHIVE_OK;
-  if (!written) return std::nullopt;
+  const std::unique_ptr<ZSTD_CCtx, decltype(&ZSTD_freeCCtx)> context(ZSTD_createCCtx(), ZSTD_freeCCtx);
+  if (!context) return std::nullopt;
+  constexpr int level = 19;
+  Bytes bytes(ZSTD_compressBound(xml.size()), '\0');
+  // A single call, so the frame tells the size of the document.
+  const bool ready =
+      ZSTD_isError(ZSTD_CCtx_setParameter(context.get(), ZSTD_c_compressionLevel, level)) == 0 &&
+      ZSTD_isError(ZSTD_CCtx_setParameter(context.get(), ZSTD_c_checksumFlag, 1)) == 0;
+  const std::size_t size = ZSTD_compress2(context.get(), bytes.data(), bytes.size(), xml.data(), xml.size());
+  if (!ready || ZSTD_isError(size) != 0) return std::nullopt;
+  bytes.resize(size);
   return bytes;
 }
 

@@ -37,8 +37,8 @@ class MARLUNE_API TideDataArchiver {
   /// Names in an archive lead nowhere.
   static std::optional<Bytes> unarchive(std::string_view archive);
 
-  /// An archive that holds `xml`: gzip around the document, since its
-  /// checksum tells a damaged one. Nothing for what unarchive() would not give back.
+  /// An archive that holds `xml`: one frame of zstd with a checksum, which tells a damaged one. The same
+  /// document gives the same bytes. Nothing for what unarchive() would not give back.
   static std::optional<Bytes> archive(std::string_view xml);
 
  private:

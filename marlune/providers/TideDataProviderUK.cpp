@@ -150,7 +150,7 @@ Data TideDataProviderUK::openedArchive(const Data& bytes) {
     const std::lock_guard lock(archiveMutex_);
     if (archive_ == bytes) return archived_;
   }
-  Data opened = nullptr;
+  Data opened = bytes;  // what is no archive is the parser's to judge
   if (auto document = TideDataArchiver::unarchive(*bytes)) opened = makeData(std::move(*document));
   const std::lock_guard lock(archiveMutex_);
   archive_ = bytes;
@@ -236,13 +236,17 @@ void TideDataProviderUK::fetchTideEventsForStation(const StationPtr& station, Da
 
 void TideDataProviderUK::takeFetchedYear(const StationPtr& station, Date from, Date to,
                                          const std::string& fileName, const Data& data) {
-  files().saveFileInContainer(kGroupContainerName, fileName, *data);
+  const bool kept = files().saveFileInContainer(kGroupContainerName, fileName, *data);
+  // As the file gives it, so that the months that are asked for next are neither opened nor parsed anew. What
+  // could not be written is of use all the same.
+  const Data document = kept ? loadDataAtFilePath(fileName) : data;
+  if (!document) return;
   const Calendar calendar = calendarForStation(station);
   const CivilTime first = calendar.components(from);
   const CivilTime last = calendar.components(to);
   bool evicted = false;
   const auto take = [&](std::int64_t year, int month) {
-    const auto events = getHighLowTideDataFromNSData(data, station, year, month);
+    const auto events = getHighLowTideDataFromNSData(document, station, year, month);
     if (!events || events->empty()) return;  // an error page hides nothing that is known
     if (!std::exchange(evicted, true)) months_->evictForStation(*station->stationId);
     cache().removeTideData(*station->stationId, year, month);

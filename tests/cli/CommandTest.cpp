@@ -31,10 +31,18 @@ TEST_F(CommandTest, PacksAndUnpacksAYear) {
   EXPECT_EQ(run({"archive", "unpack", archive}).output, "<product>\n\u00e9</product>\n") << "as it was";
   EXPECT_EQ(run(small({"archive", "unpack", xml})).output, answer("null") + "\n");
   EXPECT_EQ(run(small({"archive", "unpack", folder_ / "none"})).output, answer("null") + "\n");
-  for (const auto& words : {std::vector<std::string>{"archive", "pack", file("t.txt", "no"), archive},
-                            {"archive", "pack", folder_ / "none", archive},
-                            {"archive", "pack", xml, folder_ / "none/f.archive"}}) {
-    EXPECT_EQ(run(small(words)).status, 1) << words[2];
+  const struct {
+    std::string from, to, why;
+  } failures[] = {
+      {file("t.txt", "no"), archive, "does not begin as XML does"},
+      {file("big.xml", "<a>" + std::string(std::size_t{16} << 20, ' ')), archive, "larger than 16 MiB"},
+      {folder_ / "none", archive, "cannot read"},
+      {xml, folder_ / "none/f.archive", "make it first"},
+      {xml, folder_ / "", "it is a folder"}};
+  for (const auto& c : failures) {
+    const ProgramEnd end = run(small({"archive", "pack", c.from, c.to}));
+    EXPECT_EQ(end.status, 1) << c.why;
+    EXPECT_NE(end.output.find(c.why), std::string::npos) << end.output;
   }
   EXPECT_EQ(run(small({"archive", "unpack", archive})).status, 0) << "a failure leaves the good archive";
 }

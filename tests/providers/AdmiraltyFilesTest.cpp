@@ -56,10 +56,11 @@ TEST(AdmiraltyEventsTest, ReadsWhatIsThereAndSkipsTheRest) {
 TEST(AdmiraltyEventsTest, TellsNoJsonFromNoList) {
   const std::string deep(50'000, '[');
   for (const std::string& text :
-       {std::string(), std::string("[{}"), deep, deep + std::string(50'000, ']'), std::string("<html/>"),
+       {std::string(), std::string("\xEF\xBB\xBF"), std::string(" "), std::string("[{}"), deep,
+        deep + std::string(50'000, ']'), std::string("<html/>"),
         std::string(admiralty_events::maximumSize, ' ') + "[{}]"}) {
     const auto reading = admiralty_events::read(text);
-    EXPECT_TRUE(reading.error) << text.substr(0, 20);
+    EXPECT_NE(reading.error.value_or(""), "") << text.substr(0, 20);
     EXPECT_FALSE(reading.events);
   }
   for (const char* text : {"[]", "{}", R"({"statusCode":401,"message":"Access denied"})", "17", "null"}) {

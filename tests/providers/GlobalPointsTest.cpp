@@ -107,7 +107,7 @@ TEST_F(GlobalPointsTest, AFailedLoadIsTriedAgain) {
   EXPECT_FALSE(seen.take().empty());
 
   provider = make();  // and one that has a stored copy keeps it
-  fake.http->script(pointsAddress, answerOf("[]"));
+  fake.http->script(pointsAddress, answerOf("[]", 500));
   EXPECT_EQ(load(), 1);
   EXPECT_EQ(namesOf(seen.take()), Names{loaded});
 }

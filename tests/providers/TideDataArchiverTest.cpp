@@ -1,6 +1,7 @@
 #include "marlune/providers/TideDataArchiver.h"
 
 #include <gtest/gtest.h>
+#include <zstd.h>
 
 #include "providers/Archives.h"
 #include "support/MemoryFileSystem.h"
@@ -101,13 +102,56 @@ TEST(TideDataArchiverTest, TakesOnlyWhatBeginsAsXml) {
 TEST(TideDataArchiverTest, NoFlippedBitPassesForAForecast) {
   Bytes document = "<forecast>";
   for (int i = 0; i < 300; ++i) document += "<e level=\"" + std::to_string(i * 7919 % 1000) + "\"/>";
-  const auto packed = TideDataArchiver::archive(document + "</forecast>");
+  document += "</forecast>";
+  const auto packed = TideDataArchiver::archive(document);
   ASSERT_TRUE(packed);
-  constexpr std::size_t head = 10;  // names, times and the system's number are no content
-  for (std::size_t at = head; at < packed->size(); ++at) {
+  for (std::size_t bit = 0; bit < packed->size() * 8; ++bit) {
     Bytes flipped = *packed;
-    flipped[at] = static_cast<char>(flipped[at] ^ 1);
-    EXPECT_FALSE(TideDataArchiver::unarchive(flipped)) << at;
+    flipped[bit / 8] = static_cast<char>(flipped[bit / 8] ^ (1 << bit % 8));
+    // A few bits mean nothing.
+    EXPECT_EQ(TideDataArchiver::unarchive(flipped).value_or(document), document) << bit;
+  }
+  for (std::size_t kept = 0; kept < packed->size(); ++kept) {
+    EXPECT_FALSE(TideDataArchiver::unarchive(packed->substr(0, kept))) << kept;
+  }
+  EXPECT_EQ(TideDataArchiver::archive(document), packed) << "the same bytes whenever it is packed";
+}
+
+TEST(TideDataArchiverTest, ReadsEveryFrameOfZstd) {
+  using namespace std::string_literals;
+  const auto packed = [](const Bytes& content, std::initializer_list<std::pair<ZSTD_cParameter, int>> how) {
+    ZSTD_CCtx* const context = ZSTD_createCCtx();
+    for (const auto& [parameter, value] : how) ZSTD_CCtx_setParameter(context, parameter, value);
+    Bytes bytes(ZSTD_compressBound(content.size()), '\0');
+    bytes.resize(ZSTD_compress2(context, bytes.data(), bytes.size(), content.data(), content.size()));
+    ZSTD_freeCCtx(context);
+    return bytes;
+  };
+  const Bytes whole = packed(kXml, {{ZSTD_c_checksumFlag, 1}});
+  const Bytes hugeWindow = "\x28\xB5\x2F\xFD\0\xA8\x21\0\0<a/>"s;  // 2 GiB
+  const Bytes wellPacked = "<a>" + Bytes(200'000, ' ') + "</a>";   // much more than foreseen
+  const Bytes skipped = "\x53\x2A\x4D\x18\x03\0\0\0abc"s;
+  const Bytes head = packed(kXml.substr(0, 20), {});
+  const Bytes tail = packed(kXml.substr(20), {{ZSTD_c_contentSizeFlag, 0}});
+  const Bytes old = "\x27\xB5\x2F\xFD"s + whole.substr(4);  // the magic number of version 0.7
+  Bytes crowd;
+  for (int i = 0; i < 5000; ++i) crowd += skipped;
+  const std::pair<Bytes, std::optional<Bytes>> cases[] = {
+      {packed(kXml, {}), kXml},
+      {hugeWindow, "<a/>"},
+      {packed(wellPacked, {{ZSTD_c_contentSizeFlag, 0}}), wellPacked},
+      {skipped + head + skipped + tail + skipped, kXml},
+      {head + tail.substr(0, tail.size() - 1), std::nullopt},
+      {whole + "x", std::nullopt},
+      {whole + Bytes(4, '\0'), std::nullopt},
+      {whole + skipped.substr(0, 9), std::nullopt},
+      {head + old, std::nullopt},
+      {skipped, std::nullopt},
+      {crowd + whole, std::nullopt},
+      {packed("{}", {}), std::nullopt},
+  };
+  for (const auto& [bytes, document] : cases) {
+    EXPECT_TRUE(TideDataArchiver::unarchive(bytes) == document) << bytes.size() << " bytes";
   }
 }
 

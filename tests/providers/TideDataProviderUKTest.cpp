@@ -318,6 +318,15 @@ TEST_F(TideDataProviderUKTest, ARangeIsFetchedOnceAndOvercomesWhatLiesThere) {
   EXPECT_EQ(fetched(dateAt(2024, 5, 20), dateAt(2024, 5, 21)), -1);
   EXPECT_EQ(range(), 62);
 
+  // Its fault is told once, however often it is looked at.
+  expectLog("Json file error. ");
+  fake.http->script(englishAddress(2023), testing::answerOf("<html>" + std::string(300, ' ')));
+  EXPECT_EQ(fetched(dateAt(2023, 5, 1), dateAt(2023, 6, 30)), -1);
+  const auto lines = fake.log->lines();
+  EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
+                          [](const std::string& line) { return line.starts_with("Json file error. "); }),
+            1);
+
   // The first days of a year are not among the bytes of the year before.
   fake.http->script(englishAddress(2024), testing::answerOf(admiralty(2024, 31)));
   months->evictForStation("0082");
@@ -349,6 +358,14 @@ TEST_F(TideDataProviderUKTest, AustralianYearsComePackedOnEveryPath) {
   provider->queueRefreshDataTaskForStation(station);
   ASSERT_TRUE(fake.settle());
   EXPECT_TRUE(provider->isTideDataCachedForStation(station, dateAt(2024, 5, 1)));
+  // From the documents folder.
+  forget();
+  ASSERT_TRUE(files->saveFile("2024SYD.archive", archive(2024, 31)));
+  EXPECT_EQ(may()->size(), 31U);
+  EXPECT_EQ(*keptAs("2024SYD.archive"), archive(2024, 31));
+  // What is no archive is no forecast either.
+  expectLog("BOMTideParser error: ");
+  EXPECT_TRUE(provider->getHighLowTideDataFromNSData(makeData("no archive"), station, 2024, 5)->empty());
   // Under the name that a station has as long as the catalogue is not loaded.
   forget();
   ASSERT_TRUE(files->saveFileInContainer(kGroupContainerName, "2024_SYD.json", archive(2024, 31)));

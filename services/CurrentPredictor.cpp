@@ -68,8 +68,7 @@ void applyOffsets(const HarmonicStation& station, std::vector<CurrentTurn>& turn
   for (CurrentTurn& turn : turns) {
     switch (turn.kind) {
       case CurrentTurn::Kind::slack:
-        turn.time +=
-            (floodNext ? station.current.floodBegins : station.current.ebbBegins).value_or(middle);
+        turn.time += (floodNext ? station.current.floodBegins : station.current.ebbBegins).value_or(middle);
         floodNext = !floodNext;
         break;
       case CurrentTurn::Kind::flood:
@@ -108,8 +107,7 @@ std::vector<double> CurrentPredictor::speeds(const HarmonicStation& station, std
 std::vector<CurrentTurn> CurrentPredictor::turns(const HarmonicStation& station, std::int64_t begin,
                                                  std::int64_t end) const {
   if (station.kind == HarmonicStation::Kind::tide || end <= begin) return {};
-  const HarmonicStation& reference =
-      station.subordinate ? _database->stations()[station.reference] : station;
+  const HarmonicStation& reference = station.subordinate ? _database->stations()[station.reference] : station;
   // Offsets reach half a day at most; what overtakes a turn is seen together with it.
   const std::int64_t firstDay = HarmonicCurve::dayOf(begin) - 2;
   const std::int64_t lastDay = HarmonicCurve::dayOf(end) + 2;

@@ -36,8 +36,8 @@ class CurrentPredictor {
                              std::int64_t step) const;
 
   /// Turns with begin <= time < end, ascending in time. Between two slacks every peak of the speed is listed,
-  /// small secondary ones too. A subordinate station's are its reference station's, each kind moved by its own
-  /// offset; one that would come before a turn that precedes it is left out. Empty for a tide station.
+  /// small secondary ones too. A subordinate station's are its reference station's, each kind moved by its
+  /// own offset; one that would come before a turn that precedes it is left out. Empty for a tide station.
   std::vector<CurrentTurn> turns(const HarmonicStation& station, std::int64_t begin, std::int64_t end) const;
 
  private:

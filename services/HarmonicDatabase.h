@@ -54,8 +54,8 @@ struct HarmonicStation {
   double epochZoneHours = 0;  ///< meridian that the epochs count from; 0 for every tide station
   std::vector<HarmonicComponent> components;  ///< empty for subordinate stations
   std::size_t reference = 0;                  ///< index of the reference station, if subordinate
-  TideOffsets high;  ///< of a current: its greatest flood
-  TideOffsets low;   ///< of a current: its greatest ebb
+  TideOffsets high;                           ///< of a current: its greatest flood
+  TideOffsets low;                            ///< of a current: its greatest ebb
   CurrentTraits current;
 };
 

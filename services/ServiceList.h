@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,6 +20,8 @@ struct ServiceData {
   std::shared_ptr<const StationCatalogue> stations;
   std::shared_ptr<const WorldTable> world;
   std::shared_ptr<const RegionalPorts> ports;
+  std::string resourcesFolder;
+  std::function<std::int64_t()> now;  ///< seconds since 1970; may be called from any thread
 };
 
 /// Every service there is. A new one has a file pair of its own and is named here.

@@ -2,57 +2,20 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
-#include <cmath>
 #include <optional>
 #include <utility>
 
 #include <cctz/time_zone.h>
 #include <fmt/format.h>
-#include <rapidjson/document.h>
-#include <rapidjson/error/en.h>
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
+
+#include "services/JsonList.h"
 
 namespace marlune::services {
 namespace {
 
 using Value = rapidjson::Value;
-
-// Iterative, so that a deeply nested file cannot exhaust the stack.
-constexpr unsigned kReading = rapidjson::kParseIterativeFlag | rapidjson::kParseFullPrecisionFlag |
-                              rapidjson::kParseValidateEncodingFlag;
-
-const Value* member(const Value* object, const char* name) {
-  if (object == nullptr || !object->IsObject()) return nullptr;
-  const auto found = object->FindMember(name);
-  return found == object->MemberEnd() ? nullptr : &found->value;
-}
-
-std::string_view textOf(const Value* value) {
-  if (value == nullptr || !value->IsString()) return {};
-  std::string_view text(value->GetString(), value->GetStringLength());
-  while (text.starts_with(' ')) text.remove_prefix(1);
-  while (text.ends_with(' ')) text.remove_suffix(1);
-  return text;
-}
-
-// Nothing for what is no finite number, written as a number or as a text.
-std::optional<double> numberOf(const Value* value) {
-  if (value != nullptr && value->IsNumber()) return value->GetDouble();
-  const std::string_view text = textOf(value);
-  double number = 0;
-  const auto [stop, problem] = std::from_chars(text.data(), text.data() + text.size(), number);
-  const bool whole = problem == std::errc() && stop == text.data() + text.size() && std::isfinite(number);
-  return whole ? std::optional(number) : std::nullopt;
-}
-
-// A code goes into file names and addresses.
-bool isCode(std::string_view text) {
-  return !text.empty() && text.size() <= 32 && std::all_of(text.begin(), text.end(), [](char c) {
-    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' || c == '-';
-  });
-}
 
 bool isZone(std::string_view name) {
   const bool plain = !name.empty() && name.front() != '/' && name.find("..") == std::string_view::npos &&
@@ -108,7 +71,7 @@ std::string fill(PortList list, const Value& feature, Port& port) {
   if (!isCode(port.id)) return "has no code";
   if (!problem.empty()) return problem;
   if (port.name.empty()) return "has no name";
-  if (std::abs(port.latitude) > 90 || std::abs(port.longitude) > 180) return "lies nowhere on earth";
+  if (!isPlace(port.latitude, port.longitude)) return "lies nowhere on earth";
   return {};
 }
 
@@ -188,13 +151,8 @@ char small(char c) {
 }  // namespace
 
 PortsRead readPorts(PortList list, std::string_view json) {
-  constexpr std::string_view mark = "\xEF\xBB\xBF";
-  if (json.starts_with(mark)) json.remove_prefix(mark.size());
   rapidjson::Document document;
-  document.Parse<kReading>(json.data(), json.size());
-  if (document.HasParseError())
-    return failed(fmt::format("no JSON at byte {}: {}", document.GetErrorOffset(),
-                              rapidjson::GetParseError_En(document.GetParseError())));
+  if (std::string error = readJson(json, document); !error.empty()) return failed(std::move(error));
   const Value* features = member(&document, "features");
   if (features == nullptr || !features->IsArray()) return failed("holds no list of features");
 

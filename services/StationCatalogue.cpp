@@ -89,9 +89,9 @@ std::optional<NameAndState> splitName(std::string_view whole) {
   }
   const auto comma = whole.rfind(", ");
   if (comma == std::string_view::npos || comma == 0) return std::nullopt;
-  const auto state = statesByLastWord().find(whole.substr(comma + 2));
-  if (state == statesByLastWord().end()) return std::nullopt;
-  return NameAndState{whole.substr(0, comma), state->second};
+  const auto state = stateOfLastWord(whole.substr(comma + 2));
+  if (!state) return std::nullopt;
+  return NameAndState{whole.substr(0, comma), *state};
 }
 
 bool allDigits(std::string_view text) {
@@ -129,6 +129,11 @@ std::string problemOf(const CatalogueStation& station) {
 }
 
 }  // namespace
+
+std::optional<std::string_view> stateOfLastWord(std::string_view word) {
+  const auto state = statesByLastWord().find(word);
+  return state == statesByLastWord().end() ? std::nullopt : std::optional(state->second);
+}
 
 std::optional<CatalogueStation> parseCatalogueLine(std::string_view line) {
   std::array<std::string, 8> fields;

@@ -57,6 +57,10 @@ class StationCatalogue {
 std::vector<CatalogueStation> buildCatalogue(const HarmonicDatabase& database,
                                              std::vector<std::string>& problems);
 
+/// The state of what the data write behind the last comma of a station's name: "DC" is the District of
+/// Columbia. Empty for one that is no part of the United States; nothing when it is not known.
+std::optional<std::string_view> stateOfLastWord(std::string_view word);
+
 /// Id of the station with which applications begin.
 inline constexpr std::string_view kDefaultStationId = "398997177";
 

@@ -7,13 +7,11 @@
 
 #include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <iterator>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "services/PortLists.h"
+#include "tools/ToolFiles.h"
 
 using namespace marlune::services;
 
@@ -23,13 +21,6 @@ struct Work {
   PortList list;
   std::string source;
 };
-
-std::optional<std::string> contentOf(const std::string& file) {
-  std::ifstream in(file, std::ios::binary);
-  if (!in) return std::nullopt;
-  std::string content{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-  return in.bad() ? std::nullopt : std::optional(std::move(content));
-}
 
 bool hasPort(const std::vector<Port>& ports, std::string_view id) {
   for (const Port& port : ports)
@@ -53,9 +44,7 @@ bool make(const Work& work, const std::string& folder) {
     return fail(work.source, "lacks the default port " + std::string(defaultPort(work.list)) +
                                  "; nothing is written. Is it the right list, and whole?");
   const std::string file = folder + "/" + std::string(portsFileName(work.list));
-  std::ofstream out(file, std::ios::binary);
-  out << portsDocument(work.list, read.ports);
-  if (!out.flush()) return fail(file, "cannot be written");
+  if (!write(file, portsDocument(work.list, read.ports))) return fail(file, "cannot be written");
   std::printf("%s: %zu ports, %zu left out\n", file.c_str(), read.ports.size(), read.problems.size());
   return true;
 }

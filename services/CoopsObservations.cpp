@@ -52,12 +52,24 @@ std::string windRow(const PlaceWeather& weather, bool gap, const CoopsQuery& que
                      shortNumber(weather.gust(time) * unit, 2));
 }
 
+StationList listOf(CoopsObservations::Product product) {
+  switch (product) {
+    case CoopsObservations::Product::waterTemperature:
+      return StationList::waterTemperature;
+    case CoopsObservations::Product::airTemperature:
+      return StationList::airTemperature;
+    case CoopsObservations::Product::wind:
+      break;
+  }
+  return StationList::wind;
+}
+
 }  // namespace
 
 CoopsObservations::CoopsObservations(std::shared_ptr<const HarmonicDatabase> database,
-                                     std::shared_ptr<const WorldTable> world,
+                                     std::shared_ptr<const ListedStations> lists,
                                      std::function<std::int64_t()> now)
-    : _database(std::move(database)), _world(std::move(world)), _now(std::move(now)) {}
+    : _database(std::move(database)), _lists(std::move(lists)), _now(std::move(now)) {}
 
 std::optional<CoopsObservations::Product> CoopsObservations::productOf(std::string_view name) {
   if (name == "water_temperature") return Product::waterTemperature;
@@ -66,17 +78,12 @@ std::optional<CoopsObservations::Product> CoopsObservations::productOf(std::stri
   return std::nullopt;
 }
 
-std::optional<CoopsObservations::Place> CoopsObservations::find(const std::string& number) const {
-  if (const HarmonicStation* station = _database->tideStation(number))
-    return Place{number, station->name.substr(0, station->name.rfind(", ")), station->latitude,
-                 station->longitude};
-  const WorldStations* world = _world->stations();
-  if (world == nullptr) return std::nullopt;
-  const auto found =
-      std::find_if(world->stations().begin(), world->stations().end(),
-                   [&](const WorldStation& station) { return station.key == "noaa/" + number; });
-  if (found == world->stations().end()) return std::nullopt;
-  return Place{number, found->name.value_or(number), found->latitude, found->longitude};
+std::optional<ListedStation> CoopsObservations::find(Product product, const std::string& number) const {
+  if (const ListedStation* listed = _lists->find(listOf(product), number)) return *listed;
+  const HarmonicStation* station = _database->tideStation(number);
+  if (station == nullptr) return std::nullopt;
+  return ListedStation{number, station->name.substr(0, station->name.rfind(", ")), station->latitude,
+                       station->longitude, 0};
 }
 
 ServiceAnswer CoopsObservations::answer(Product product, const CoopsQuery& query) const {
@@ -89,7 +96,7 @@ ServiceAnswer CoopsObservations::answer(Product product, const CoopsQuery& query
   if (query.last - query.begin > longest)
     return coopsError(fmt::format("Range limit exceeded: at most {} days in one request.", longest / day),
                       badRequest);
-  const auto place = find(query.station);
+  const auto place = find(product, query.station);
   const std::int64_t step = hourly ? kHour : kSixMinutes;
   const std::int64_t last = std::min(query.last, _now());
   if (!place || query.firstOn(step) > last) return coopsNoData();

@@ -68,8 +68,8 @@ ServiceAnswer coopsNoData() {
 }
 
 CoopsService::CoopsService(std::shared_ptr<const HarmonicDatabase> database,
-                           std::shared_ptr<const WorldTable> world, std::function<std::int64_t()> now)
-    : _observations(database, std::move(world), std::move(now)), _currents(std::move(database)) {}
+                           std::shared_ptr<const ListedStations> lists, std::function<std::int64_t()> now)
+    : _observations(database, std::move(lists), std::move(now)), _currents(std::move(database)) {}
 
 std::vector<std::string> CoopsService::prefixes() const {
   return {"/api/prod/datagetter"};

@@ -20,7 +20,7 @@ namespace marlune::services {
 /// What is asked wrongly gets status 400, what there is nothing of status 200, both with an error object.
 class CoopsService final : public Service {
  public:
-  CoopsService(std::shared_ptr<const HarmonicDatabase> database, std::shared_ptr<const WorldTable> world,
+  CoopsService(std::shared_ptr<const HarmonicDatabase> database, std::shared_ptr<const ListedStations> lists,
                std::function<std::int64_t()> now);
 
   std::vector<std::string> prefixes() const override;

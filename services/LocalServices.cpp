@@ -67,9 +67,10 @@ bool LocalServices::State::load() {
   if (!stations) return false;
   const auto database = std::make_shared<const HarmonicDatabase>(std::move(*harmonics));
   const auto world = std::make_shared<const WorldTable>(worldTableFor(folder), database);
-  usual = makeServices({database, std::make_shared<const StationCatalogue>(std::move(*stations)), world,
-                        std::make_shared<const RegionalPorts>(folder, world), folder,
-                        options.now ? options.now : systemNow});
+  usual =
+      makeServices({database, std::make_shared<const StationCatalogue>(std::move(*stations)), world,
+                    std::make_shared<const RegionalPorts>(folder, world),
+                    std::make_shared<const ListedStations>(folder), options.now ? options.now : systemNow});
   return true;
 }
 

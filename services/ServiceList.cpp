@@ -17,8 +17,8 @@ std::vector<std::unique_ptr<Service>> makeServices(const ServiceData& data) {
   services.push_back(std::make_unique<WorldTidesService>(data.world));
   services.push_back(std::make_unique<ForecastArchiveService>(data.ports));
   services.push_back(std::make_unique<TidalEventsService>(data.ports));
-  services.push_back(std::make_unique<StreamRatesService>(data.resourcesFolder));
-  services.push_back(std::make_unique<CoopsService>(data.harmonics, data.world, data.now));
+  services.push_back(std::make_unique<StreamRatesService>(data.lists));
+  services.push_back(std::make_unique<CoopsService>(data.harmonics, data.lists, data.now));
   services.push_back(std::make_unique<NwsService>(data.now));
   services.push_back(std::make_unique<OpenMeteoService>(data.now));
   return services;

@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <string>
 #include <vector>
 
 #include "services/HarmonicDatabase.h"
+#include "services/ListedStations.h"
 #include "services/RegionalPorts.h"
 #include "services/Service.h"
 #include "services/StationCatalogue.h"
@@ -20,7 +20,7 @@ struct ServiceData {
   std::shared_ptr<const StationCatalogue> stations;
   std::shared_ptr<const WorldTable> world;
   std::shared_ptr<const RegionalPorts> ports;
-  std::string resourcesFolder;
+  std::shared_ptr<const ListedStations> lists;
   std::function<std::int64_t()> now;  ///< seconds since 1970; may be called from any thread
 };
 

@@ -1,5 +1,6 @@
 #include "services/StreamRatesService.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <numbers>
@@ -31,17 +32,25 @@ std::string_view stationIn(std::string_view path) {
   return path.substr(kStreams.size(), path.size() - kStreams.size() - kRates.size());
 }
 
+bool couldBeStation(std::string_view id) {
+  constexpr std::size_t longest = 64;
+  return id.size() <= longest && std::all_of(id.begin(), id.end(), [](char c) {
+           return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' ||
+                  c == '-';
+         });
+}
+
 // The tip of the stream goes round an ellipse twice in a lunar day; what the sun adds makes it greater at
 // springs, two days after new and full moon, and smaller at neaps.
 class Ellipse {
  public:
-  Ellipse(std::string_view id, const StreamStations::Place& place) {
+  explicit Ellipse(const ListedStation& station) {
     unsigned mark = 7;
-    for (const char c : id) mark = mark * 31 + static_cast<unsigned char>(c);
+    for (const char c : station.id) mark = mark * 31 + static_cast<unsigned char>(c);
     _axis = (mark % 180) * kCircle / 360;
     _major = 0.4 + static_cast<double>(mark / 180 % 100) / 80;
     _minor = _major * (static_cast<double>(mark / 18000 % 31) - 15) / 60;
-    _phase = (place.latitude * 19 + place.longitude * 37) * kCircle / 360;
+    _phase = (station.latitude * 19 + station.longitude * 37) * kCircle / 360;
   }
 
   std::string row(std::int64_t time) const {
@@ -72,7 +81,8 @@ class Ellipse {
 
 }  // namespace
 
-StreamRatesService::StreamRatesService(std::string resourcesFolder) : _stations(std::move(resourcesFolder)) {}
+StreamRatesService::StreamRatesService(std::shared_ptr<const ListedStations> lists)
+    : _lists(std::move(lists)) {}
 
 std::vector<std::string> StreamRatesService::prefixes() const {
   return {std::string(kStreams)};
@@ -85,8 +95,11 @@ ServiceAnswer StreamRatesService::answer(const ServiceRequest& request) const {
                    "Ocp-Apim-Subscription-Key; here any will do.");
   const std::string_view id = stationIn(request.path);
   if (id.empty()) return refusal(404, "There is nothing at this path.");
-  const auto place = _stations.find(id);
-  if (!place) return refusal(404, "There is no stream station of this id.");
+  ListedStation station{std::string(id), {}, 51, 1.4, 0};
+  const ListedStation* known = _lists->find(StationList::streams, id);
+  if (known != nullptr) station = *known;
+  if (known == nullptr && !(_lists->isEmpty(StationList::streams) && couldBeStation(id)))
+    return refusal(404, "There is no stream station of this id.");
   const auto begin = instantOf(request.argument("dateTime").value_or(""), {"yyyy-MM-ddTHH:mm:ssZ"});
   const auto hours = numberOf<std::int64_t>(request.argument("duration"));
   const auto minutes = numberOf<std::int64_t>(request.argument("interval"));
@@ -96,7 +109,7 @@ ServiceAnswer StreamRatesService::answer(const ServiceRequest& request) const {
     return refusal(400,
                    "dateTime must be an instant, duration whole hours up to those of a year, and interval "
                    "minutes up to those of a day.");
-  const Ellipse ellipse(id, *place);
+  const Ellipse ellipse(station);
   std::string rows;
   for (std::int64_t time = *begin; time < *begin + *hours * 3600; time += *minutes * 60) {
     if (!rows.empty()) rows += ',';

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <string>
+#include <memory>
 
+#include "services/ListedStations.h"
 #include "services/Service.h"
-#include "services/StreamStations.h"
 
 namespace marlune::services {
 
@@ -16,16 +16,17 @@ namespace marlune::services {
 ///     Ocp-Apim-Subscription-Key: anything, also nothing
 ///
 /// The instants are those from dateTime on and before its end, duration hours later, every interval minutes.
+/// The stations are those of the list of streams; without one every id that could be one is a station.
 /// Without the header it answers 401, for an unknown station 404, for a wrong query 400.
 class StreamRatesService final : public Service {
  public:
-  explicit StreamRatesService(std::string resourcesFolder);
+  explicit StreamRatesService(std::shared_ptr<const ListedStations> lists);
 
   std::vector<std::string> prefixes() const override;
   ServiceAnswer answer(const ServiceRequest& request) const override;
 
  private:
-  const StreamStations _stations;
+  const std::shared_ptr<const ListedStations> _lists;
 };
 
 }  // namespace marlune::services

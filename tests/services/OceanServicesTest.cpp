@@ -76,9 +76,7 @@ class OceanServicesTest : public ::testing::Test {
   std::int64_t now = at("2025-03-05 12:34");
   const std::function<std::int64_t()> clock = [this] { return now; };
   const std::shared_ptr<const HarmonicDatabase> database{&harmonics(), [](const HarmonicDatabase*) {}};
-  const CoopsService _coops{database,
-                            std::make_shared<const WorldTable>(
-                                std::string(MARLUNE_SOURCE_RESOURCES) + "/world_stations.txt", database),
+  const CoopsService _coops{database, std::make_shared<const ListedStations>(MARLUNE_SOURCE_RESOURCES),
                             clock};
   const NwsService nws{clock};
   const OpenMeteoService openMeteo{clock};
@@ -381,7 +379,7 @@ TEST_F(OceanServicesTest, nullsAndReasonsOfOpenMeteo) {
 
 TEST_F(OceanServicesTest, streamsTurnAndHaveSpringsAndNeaps) {
   testing::TemporaryFolder folder;
-  const StreamRatesService everywhere(folder.path());
+  const StreamRatesService everywhere(std::make_shared<const ListedStations>(folder.path()));
   const auto rates = [&](const Service& service, const std::string& id, const char* begin, int hours) {
     return get(service,
                fmt::format("/uktidalapi-premium/api/V2/Streams/{}/TidalStreamRates?dateTime={}&duration={}"
@@ -421,7 +419,7 @@ TEST_F(OceanServicesTest, streamsTurnAndHaveSpringsAndNeaps) {
   EXPECT_EQ(status("A1/TidalStreamRates?dateTime=2025-03-05T00:00:00Z&duration=24"), 400);
   std::ofstream(folder.path() + "/stream_stations_uk.json")
       << R"({"features":[{"geometry":{"coordinates":[1.5,51]},"properties":{"Id":"A1","Name":"Off"}},{}]})";
-  const StreamRatesService known(folder.path());
+  const StreamRatesService known(std::make_shared<const ListedStations>(folder.path()));
   EXPECT_EQ(rates(known, "A1", "2025-03-05T00:00:00Z", 24).status(), 200);
   EXPECT_EQ(rates(known, "A2", "2025-03-05T00:00:00Z", 24).status(), 404);
 }

@@ -61,8 +61,8 @@ std::string readTimes(const ServiceRequest& request, std::int64_t now, Question&
   const std::int64_t local = now + question.offset;
   question.begin = local - ((local % kDay) + kDay) % kDay;
   const std::string days = request.argument("forecast_days").value_or("7");
-  constexpr int mostDays = 16;
-  const auto count = numberOf<int>(std::string_view(days));
+  constexpr std::int64_t mostDays = 16;
+  const auto count = numberOf<std::int64_t>(std::string_view(days));
   if (!count || *count < 0 || *count > mostDays)
     return fmt::format("Forecast days is invalid. Allowed range 0 to {}. Given {}.", mostDays, days);
   question.hours = *count * 24;

@@ -85,10 +85,9 @@ class OceanServicesTest : public ::testing::Test {
 TEST_F(OceanServicesTest, observationsEndNowAndAreTexts) {
   const std::string day = "begin_date=20250305 00:00&end_date=20250306 00:00&station=9413450&interval=h";
   const Answer water = coops(day + "&product=water_temperature&units=metric");
-  EXPECT_TRUE(
-      water.plain.body.starts_with("\n{\"metadata\":{\"id\":\"9413450\",\"name\":\"Monterey, Monterey "
-                                   "Harbor\",\"lat\":\"36.6050\",\"lon\":\"-121.8881\"}, \"data\": "
-                                   "[{\"t\":\"2025-03-05 00:00\", \"v\":\""))
+  EXPECT_TRUE(water.plain.body.starts_with(
+      "\n{\"metadata\":{\"id\":\"9413450\",\"name\":\"Monterey\",\"lat\":\"36.6089\",\"lon\":\"-121.8914\"}, "
+      "\"data\": [{\"t\":\"2025-03-05 00:00\", \"v\":\""))
       << water.plain.body.substr(0, 200);
   const auto& rows = water.json["data"];
   ASSERT_EQ(rows.Size(), 13U) << "up to 12:00";
@@ -101,6 +100,12 @@ TEST_F(OceanServicesTest, observationsEndNowAndAreTexts) {
     EXPECT_GE(numberOf<double>(std::string_view(row["g"].GetString())),
               numberOf<double>(std::string_view(row["s"].GetString())));
   }
+  EXPECT_EQ(
+      coops("begin_date=20250301&end_date=20250301&interval=h&product=wind&units=metric&station=9063020")
+          .json["data"]
+          .Size(),
+      24U)
+      << "a station of the list alone";
   // The same rows whatever the interval asked for, with some gaps among them.
   const std::string span = "&station=9413450&interval=h&product=air_temperature&units=metric";
   const Answer whole = coops("begin_date=20250201&end_date=20250228" + span);

@@ -1,5 +1,6 @@
 #include "services/OpenMeteoService.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <utility>
@@ -78,7 +79,9 @@ std::string readVariables(const ServiceRequest& request, Question& question) {
     if (variable == nullptr)
       return fmt::format("Cannot initialize WeatherVariable from invalid String value {} for key hourly",
                          name);
-    question.variables.push_back(variable);
+    const auto& known = question.variables;
+    if (std::find(known.begin(), known.end(), variable) == known.end())
+      question.variables.push_back(variable);
     begin = end + 1;
   }
   return {};

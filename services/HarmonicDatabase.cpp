@@ -44,6 +44,16 @@ TideOffsets offsetsOf(std::int32_t time, float factor, float addend) {
   return {secondsOf(time), factor > 0 ? double{factor} : 1.0, double{addend}};
 }
 
+CurrentTraits traitsOf(const TIDE_RECORD& record) {
+  CurrentTraits traits;
+  constexpr std::int32_t circle = 360;  // beyond it the direction is not known
+  if (record.max_direction <= circle) traits.floodDirection = record.max_direction;
+  if (record.min_direction <= circle) traits.ebbDirection = record.min_direction;
+  if (record.flood_begins != NULLSLACKOFFSET) traits.floodBegins = secondsOf(record.flood_begins);
+  if (record.ebb_begins != NULLSLACKOFFSET) traits.ebbBegins = secondsOf(record.ebb_begins);
+  return traits;
+}
+
 HarmonicStation::Kind kindOf(std::string_view unit) {
   if (unit == "knots") return HarmonicStation::Kind::current;
   if (unit == "knots^2") return HarmonicStation::Kind::currentSquared;
@@ -81,6 +91,7 @@ HarmonicStation stationOf(const TIDE_RECORD& record, std::size_t constituents) {
   if (station.zone.starts_with(':')) station.zone.erase(0, 1);
   station.latitude = record.header.latitude;
   station.longitude = record.header.longitude;
+  if (station.kind != HarmonicStation::Kind::tide) station.current = traitsOf(record);
   if (station.subordinate) {
     station.reference = static_cast<std::size_t>(std::max(record.header.reference_station, 0));
     station.high = offsetsOf(record.max_time_add, record.max_level_multiply, record.max_level_add);

@@ -32,6 +32,14 @@ struct TideOffsets {
   double addend = 0;
 };
 
+/// What only a current station has.
+struct CurrentTraits {
+  std::optional<int> floodDirection;  ///< degrees true; the data know it for one depth of a place at most
+  std::optional<int> ebbDirection;
+  std::optional<std::int64_t> floodBegins;  ///< offset of the slack before flood, seconds; subordinate only
+  std::optional<std::int64_t> ebbBegins;
+};
+
 struct HarmonicStation {
   enum class Kind { tide, current, currentSquared };
 
@@ -46,8 +54,9 @@ struct HarmonicStation {
   double epochZoneHours = 0;  ///< meridian that the epochs count from; 0 for every tide station
   std::vector<HarmonicComponent> components;  ///< empty for subordinate stations
   std::size_t reference = 0;                  ///< index of the reference station, if subordinate
-  TideOffsets high;
-  TideOffsets low;
+  TideOffsets high;                           ///< of a current: its greatest flood
+  TideOffsets low;                            ///< of a current: its greatest ebb
+  CurrentTraits current;
 };
 
 /// Harmonic constants of NOAA's tide and current stations, read whole from a TCD file such as the

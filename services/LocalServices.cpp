@@ -1,5 +1,6 @@
 #include "services/LocalServices.h"
 
+#include <chrono>
 #include <filesystem>
 #include <utility>
 
@@ -33,6 +34,11 @@ std::string worldTableFor(const std::string& folder) {
   return MARLUNE_SOURCE_RESOURCES + name;
 }
 
+std::int64_t systemNow() {
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  return std::chrono::duration_cast<std::chrono::seconds>(now).count();
+}
+
 }  // namespace
 
 struct LocalServices::State {
@@ -61,8 +67,10 @@ bool LocalServices::State::load() {
   if (!stations) return false;
   const auto database = std::make_shared<const HarmonicDatabase>(std::move(*harmonics));
   const auto world = std::make_shared<const WorldTable>(worldTableFor(folder), database);
-  usual = makeServices({database, std::make_shared<const StationCatalogue>(std::move(*stations)), world,
-                        std::make_shared<const RegionalPorts>(folder, world)});
+  usual =
+      makeServices({database, std::make_shared<const StationCatalogue>(std::move(*stations)), world,
+                    std::make_shared<const RegionalPorts>(folder, world),
+                    std::make_shared<const ListedStations>(folder), options.now ? options.now : systemNow});
   return true;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -22,9 +23,12 @@ namespace marlune::services {
 class LocalServices {
  public:
   struct Options {
-    std::string resourcesFolder;  ///< holds the station catalogue; empty: the library's own
-    std::string harmonicsFile;    ///< empty: that of the package xtide-data
-    std::uint16_t port = 0;       ///< 0: the system chooses a free one
+    std::string resourcesFolder = {};  ///< holds the station catalogue; empty: the library's own
+    std::string harmonicsFile = {};    ///< empty: that of the package xtide-data
+    std::uint16_t port = 0;            ///< 0: the system chooses a free one
+    /// What the services take for now, in seconds since 1970; may be called from any thread. Empty: the
+    /// system's clock.
+    std::function<std::int64_t()> now = {};
   };
 
   LocalServices();

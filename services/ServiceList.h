@@ -1,10 +1,12 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <memory>
-#include <string>
 #include <vector>
 
 #include "services/HarmonicDatabase.h"
+#include "services/ListedStations.h"
 #include "services/RegionalPorts.h"
 #include "services/Service.h"
 #include "services/StationCatalogue.h"
@@ -18,6 +20,8 @@ struct ServiceData {
   std::shared_ptr<const StationCatalogue> stations;
   std::shared_ptr<const WorldTable> world;
   std::shared_ptr<const RegionalPorts> ports;
+  std::shared_ptr<const ListedStations> lists;
+  std::function<std::int64_t()> now;  ///< seconds since 1970; may be called from any thread
 };
 
 /// Every service there is. A new one has a file pair of its own and is named here.

@@ -1,15 +1,13 @@
 #include "services/TidalEventsService.h"
 
 #include <array>
-#include <charconv>
 #include <utility>
 
-#include <cctz/civil_time.h>
 #include <fmt/format.h>
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
-#include "services/YearDocument.h"
+#include "services/RequestValues.h"
 
 namespace marlune::services {
 namespace {
@@ -27,35 +25,8 @@ ServiceAnswer refusal(int status, std::string_view why) {
   return json(fmt::format("{{ \"statusCode\": {}, \"message\": \"{}\" }}", status, why), status);
 }
 
-// "2025-01-01" or "2025-01-01 12:30:00", also with a "T" between; seconds since 1970, taken as UTC.
-std::optional<std::int64_t> instantOf(const std::optional<std::string>& text) {
-  constexpr std::string_view form = "dddd-dd-dd dd:dd:dd";
-  constexpr std::size_t dayLength = 10;
-  if (!text || (text->size() != form.size() && text->size() != dayLength)) return std::nullopt;
-  std::array<int, 6> fields{};
-  std::size_t field = 0;
-  for (std::size_t i = 0; i < text->size(); ++i) {
-    const char c = (*text)[i];
-    if (form[i] == 'd') {
-      if (c < '0' || c > '9') return std::nullopt;
-      fields[field] = fields[field] * 10 + (c - '0');
-    } else {
-      if (c != form[i] && !(form[i] == ' ' && c == 'T')) return std::nullopt;
-      ++field;
-    }
-  }
-  const cctz::civil_second at(fields[0], fields[1], fields[2], fields[3], fields[4], fields[5]);
-  // Fields beyond their range would be carried over into the next ones.
-  if (at.month() != fields[1] || at.day() != fields[2] || at.hour() != fields[3] ||
-      at.minute() != fields[4] || at.second() != fields[5])
-    return std::nullopt;
-  if (at.year() < kFirstDocumentYear || at.year() > kLastDocumentYear) return std::nullopt;
-  return at - cctz::civil_second(1970, 1, 1);
-}
-
-std::string timeText(const cctz::civil_second& at) {
-  return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}", at.year(), at.month(), at.day(), at.hour(),
-                     at.minute(), at.second());
+std::optional<std::int64_t> rangeEnd(const std::optional<std::string>& text) {
+  return instantOf(text.value_or(""), {"yyyy-MM-dd", "yyyy-MM-dd HH:mm:ss", "yyyy-MM-ddTHH:mm:ss"});
 }
 
 // Predictions are no finer than a second. Still three of eight times get a fraction, of one, two and three
@@ -76,20 +47,20 @@ void writeNo(Writer& writer, const char* key) {
 }
 
 std::string eventsDocument(const std::vector<TideExtreme>& extremes) {
+  constexpr std::size_t dayLength = 10;
   rapidjson::StringBuffer buffer;
   Writer writer(buffer);
   writer.StartArray();
   for (const TideExtreme& extreme : extremes) {
-    const cctz::civil_second at = cctz::civil_second(1970, 1, 1) + extreme.time;
     writer.StartObject();
     write(writer, "EventType", extreme.high ? "HighWater" : "LowWater");
-    write(writer, "DateTime", timeText(at) + std::string(fractionOf(extreme.time)));
+    write(writer, "DateTime", instantText(extreme.time) + std::string(fractionOf(extreme.time)));
     writeNo(writer, "IsApproximateTime");
     writer.Key("Height");
     writer.Double(extreme.level);
     writeNo(writer, "IsApproximateHeight");
     writeNo(writer, "Filtered");
-    write(writer, "Date", timeText(cctz::civil_second(cctz::civil_day(at))));
+    write(writer, "Date", instantText(extreme.time).substr(0, dayLength) + "T00:00:00");
     writer.EndObject();
   }
   writer.EndArray();
@@ -123,8 +94,8 @@ ServiceAnswer TidalEventsService::answer(const ServiceRequest& request) const {
   if (port == nullptr) return refusal(404, "There is no station of this number.");
 
   constexpr std::int64_t longest = std::int64_t{3660} * 86400;
-  const auto begin = instantOf(request.argument("StartDate"));
-  const auto end = instantOf(request.argument("EndDate"));
+  const auto begin = rangeEnd(request.argument("StartDate"));
+  const auto end = rangeEnd(request.argument("EndDate"));
   if (!begin || !end || *end < *begin || *end - *begin > longest)
     return refusal(400,
                    "StartDate and EndDate must be instants of the years 1900 to 2100, in this order "

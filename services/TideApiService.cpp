@@ -1,10 +1,10 @@
 #include "services/TideApiService.h"
 
-#include <charconv>
 #include <utility>
 
 #include <fmt/format.h>
 
+#include "services/RequestValues.h"
 #include "services/YearDocument.h"
 
 namespace marlune::services {
@@ -17,16 +17,6 @@ ServiceAnswer xml(std::string body) {
 ServiceAnswer refusal(std::string_view why) {
   return xml(
       fmt::format("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<tides><error text=\"{}\"/></tides>\n", why));
-}
-
-// Nothing for anything but a plain decimal number.
-std::optional<int> numberOf(const std::optional<std::string>& text) {
-  int number = 0;
-  if (!text || text->empty()) return std::nullopt;
-  const char* end = text->data() + text->size();
-  const auto [stop, problem] = std::from_chars(text->data(), end, number);
-  if (problem != std::errc() || stop != end) return std::nullopt;
-  return number;
 }
 
 }  // namespace
@@ -43,7 +33,7 @@ ServiceAnswer TideApiService::answer(const ServiceRequest& request) const {
   if (request.argument("op") != "highlowtide") return refusal("unknown operation");
   if (request.argument("version") != "1" || request.argument("format") != "xml")
     return refusal("version must be 1 and format xml");
-  const auto year = numberOf(request.argument("year"));
+  const auto year = numberOf<int>(request.argument("year"));
   if (!year) return refusal("year must be a number");
   const CatalogueStation* station = _catalogue->find(request.argument("id").value_or(std::string()));
   if (station == nullptr) return refusal("unknown station");

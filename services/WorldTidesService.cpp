@@ -1,11 +1,11 @@
 #include "services/WorldTidesService.h"
 
-#include <charconv>
 #include <cmath>
 #include <utility>
 
 #include <fmt/format.h>
 
+#include "services/RequestValues.h"
 #include "services/WorldTidesDocument.h"
 #include "services/YearDocument.h"
 
@@ -17,17 +17,6 @@ constexpr std::string_view kTidesPath = "/tides";
 
 ServiceAnswer json(std::string body, int status = 200) {
   return {status, "application/json", std::move(body), {}};
-}
-
-// Nothing for what is absent or no plain number.
-template <typename Number>
-std::optional<Number> numberOf(const std::optional<std::string>& text) {
-  Number number{};
-  if (!text) return std::nullopt;
-  const char* end = text->data() + text->size();
-  const auto [stop, problem] = std::from_chars(text->data(), end, number);
-  if (problem != std::errc() || stop != end) return std::nullopt;
-  return number;
 }
 
 }  // namespace

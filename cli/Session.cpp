@@ -25,11 +25,13 @@ std::string absolutePath(const std::optional<std::string>& path) {
 
 /// Starts the services on the catalogue in use, or on the library's own where that folder has none; their
 /// base address.
-std::string startServices(std::unique_ptr<services::LocalServices>& services, const std::string& resources) {
+std::string startServices(std::unique_ptr<services::LocalServices>& services, const std::string& resources,
+                          const std::shared_ptr<ManualClock>& clock) {
   std::string error;
   for (const std::string& folder : {resources, std::string()}) {
     services::LocalServices::Options options;
     options.resourcesFolder = folder;
+    if (clock) options.now = [clock] { return wholeSecondsOf(clock->now()); };
     services = std::make_unique<services::LocalServices>(std::move(options));
     std::string address = services->start();
     if (!address.empty()) return address;
@@ -70,7 +72,7 @@ Session::~Session() = default;
 void Session::open() {
   const std::string resources =
       options_.resources ? absolutePath(options_.resources) : installedResourcesFolder();
-  if (options_.local) useServices(startServices(services_, resources), settings_);
+  if (options_.local) useServices(startServices(services_, resources, manualClock_), settings_);
   LinuxHostOptions options;
   options.dataFolder = absolutePath(options_.data);
   if (options_.bundle) options.bundleFolder = absolutePath(options_.bundle);

@@ -9,8 +9,10 @@ namespace {
 constexpr std::size_t dateLength = 11;  // with the separator
 constexpr std::size_t timeLength = 16;
 
+constexpr std::int64_t secondsOfHour = 3600;
+constexpr std::int64_t secondsOfMinute = 60;
 /// More than any clock change. A time so long after the last one cannot have come before it, too.
-constexpr std::int64_t longestChange = 26 * 3600;
+constexpr std::int64_t longestChange = 26 * secondsOfHour;
 
 /// Two digits as a number below `limit`; -1 for anything else.
 int twoDigits(std::string_view text, std::size_t at, int limit) {
@@ -39,7 +41,7 @@ std::optional<LocalHours::Hour> LocalHours::read(std::string_view text) {
   const int hour = twoDigits(text, dateLength, 24);
   const int minute = twoDigits(text, dateLength + 3, 60);
   if (hour < 0 || minute < 0 || text[dateLength + 2] != ':') return std::nullopt;
-  std::int64_t instant = date_ + hour * 3600 + minute * 60 - period_.offset;
+  std::int64_t instant = date_ + hour * secondsOfHour + minute * secondsOfMinute - period_.offset;
   if (instant < period_.from + longestChange || instant >= period_.until) {
     const auto exact = ocean_times::localInstant(text, zone_);
     if (!exact) return std::nullopt;

@@ -176,8 +176,11 @@ TEST_F(OpenMeteoProvidersTest, WhatIsMissingIsNoSample) {
   scriptMarine(marineAnswer(hoursFrom(6, 1), ""));
   ASSERT_TRUE(temperatures(midnight + day));
   EXPECT_TRUE(temperatures(midnight + day)->timeSeries.empty());
+  scriptMarine(marineAnswer(R"("2025-03-07T23:00","2025-03-09T00:00")", "1,2"));
+  EXPECT_EQ(textOf(temperatures(midnight + 2 * day)->timeSeries), "- 1");
+  EXPECT_EQ(textOf(temperatures(midnight + 3 * day)->timeSeries), "- 2") << "of the day that it ends";
   scriptMarine(marineAnswer(R"("","2025-03-07","2025-03-32T00:00","10000-01-01T00:00")", "1,2,3,4"));
-  EXPECT_EQ(temperatures(midnight + 2 * day), nullptr);
+  EXPECT_EQ(temperatures(midnight + 5 * day), nullptr);
 }
 
 TEST_F(OpenMeteoProvidersTest, FailuresAreLoggedAndForgotten) {
@@ -272,6 +275,7 @@ TEST_F(OpenMeteoProvidersTest, AnIntervalHasEachInstantOnce) {
                        answer->timeSeries.back()->value);
   };
   EXPECT_EQ(ends(currents(midnight, midnight + 3 * day)), "73 0 72");
+  EXPECT_EQ(requests(), 2U);
   EXPECT_EQ(ends(currents(midnight + 0.5, midnight + 3 * day - 0.5)), "71 1 71");
   EXPECT_EQ(ends(currents(midnight + day, midnight + day)), "1 24 24");
   EXPECT_TRUE(currents(midnight + 1, midnight + 2)->timeSeries.empty()) << "a known day without an hour";
@@ -357,9 +361,13 @@ TEST(LocalHoursTest, ReadsWhatTheStrictReaderReads) {
     LocalHours hours(zone);
     std::int64_t local = 0;
     for (int i = 0; i < 20'000; ++i) {
-      // Now here, now there within two centuries, and on by half an hour or more.
-      if (i % 700 == 0) local = static_cast<std::int64_t>(random() % 6'300'000'000) - 2'000'000'000;
-      local += static_cast<std::int64_t>(random() % 4) * 1800;
+      // From before one clock change or another within two centuries on by some hours, or back.
+      if (i % 100 == 0) {
+        const auto period =
+            zone.offsetPeriod(static_cast<std::int64_t>(random() % 6'300'000'000) - 2'000'000'000);
+        local = (period.until + period.offset) / 1800 * 1800 - 43'200;
+      }
+      local += (static_cast<std::int64_t>(random() % 8) - 2) * 1800;
       const CivilTime civil = TimeZone().civil(local);
       const std::string text = fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}", civil.year, civil.month,
                                            civil.day, civil.hour, civil.minute);

@@ -22,6 +22,14 @@ class BoundedCache {
     return found == values_.end() ? nullptr : &found->second;
   }
 
+  /// Calls `visit` with key and value of each entry from one key to another, both included, in their order.
+  template <class Visit>
+  void visitRange(std::string_view first, std::string_view last, Visit visit) const {
+    for (auto at = values_.lower_bound(first); at != values_.end() && at->first <= last; ++at) {
+      visit(at->first, at->second);
+    }
+  }
+
   /// An entry of the same key is replaced and keeps its turn.
   void store(const std::string& key, Value value) {
     const auto [at, isNew] = values_.insert_or_assign(key, std::move(value));

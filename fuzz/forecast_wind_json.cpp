@@ -1,0 +1,34 @@
+#include <cmath>
+#include <cstdint>
+#include <string_view>
+
+#include "fuzz/Require.h"
+#include "marlune/ocean/OceanTimes.h"
+#include "marlune/ocean/WindDays.h"
+
+using namespace marlune;
+
+/// Every sample lies in the one day that it is filed under, in time order, whatever the zone, and is a finite
+/// number; a failure has a text.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view json(reinterpret_cast<const char*>(data), size);
+  JsonReaders readers;
+  for (const char* const name : {"UTC", "America/Los_Angeles", "Africa/Cairo", "Australia/Lord_Howe"}) {
+    const TimeZone zone = TimeZone::named(name).value_or(TimeZone());
+    const HourlyReading reading = wind_days::read(json, zone, readers);
+    MARLUNE_FUZZ_REQUIRE((reading.forecast == nullptr) == !reading.error.empty());
+    if (!reading.forecast) continue;
+    double last = -HUGE_VAL;
+    for (const wind_days::Day& day : wind_days::daysOf(*reading.forecast)) {
+      for (const auto& sample : day.samples) {
+        MARLUNE_FUZZ_REQUIRE(secondsOf(sample->date) >= last && std::isfinite(sample->value));
+        last = secondsOf(sample->date);
+        const auto its = ocean_times::dayOf(sample->date, zone);
+        MARLUNE_FUZZ_REQUIRE(!its || its->name == day.name);
+        MARLUNE_FUZZ_REQUIRE(sample->series == "Wind" &&
+                             (!sample->attributes || !sample->attributes->empty()));
+      }
+    }
+  }
+  return 0;
+}

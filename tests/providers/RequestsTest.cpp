@@ -171,18 +171,6 @@ TEST_F(RequestsTest, ADayIs86400SecondsFromTheStationsMidnight) {
   EXPECT_EQ(day->back().timestamp, midnight + 86'400);
 }
 
-TEST_F(RequestsTest, ARangeOnTheDiskIsAnsweredAtOnce) {
-  keep(2024, document(2024, 31));
-  std::optional<TideDataProvider::Events> got;
-  provider->fetchTideEventsForStation(station, dateAt(2024, 5, 1), dateAt(2024, 5, 31), [&](auto events) {
-    EXPECT_TRUE(fake.mainThread->isMainThread()) << "on the calling thread";
-    got = std::move(events);
-  });
-  EXPECT_EQ(got->size(), 31U);
-  EXPECT_TRUE(fake.http->requests().empty());
-  EXPECT_TRUE(settled().empty());
-}
-
 TEST_F(RequestsTest, ARangeThatIsMissingIsTransferredFrom251BytesOn) {
   allowLog("addTideData");
   fake.http->script(address(2024), testing::answerOf(padded(250)));

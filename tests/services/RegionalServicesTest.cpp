@@ -35,7 +35,7 @@ struct Received {
   std::string text;
 };
 
-class RegionalServicesTest : public testing::Test {
+class RegionalServicesTest : public ::testing::Test {
  protected:
   void SetUp() override { ASSERT_NE(services.start(), "") << services.error(); }
 

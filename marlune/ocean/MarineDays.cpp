@@ -113,7 +113,11 @@ MarineDays::Days MarineDays::keep(const std::shared_ptr<const HourlyForecast>& f
   for (std::size_t i = 0; i < count; ++i) {
     const std::string key = keyOf(locationId, forecast->days[i].name);
     const auto* known = days_.find(key);
-    if (known != nullptr && (*known)->forecast() == forecast) {
+    // The first midnight of a forecast ends a day of which it knows nothing else: a fuller one stays.
+    const bool isSame = known != nullptr && (*known)->forecast() == forecast;
+    const bool isFuller = known != nullptr && i == 0 && (*known)->forecast()->zone == forecast->zone &&
+                          (*known)->hourCount() > 1 && forecast->days[i].end - forecast->days[i].begin == 1;
+    if (isSame || isFuller) {
       days.push_back(*known);
       continue;
     }

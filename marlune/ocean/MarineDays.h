@@ -23,6 +23,7 @@ class MarineDay {
       : forecast_(std::move(forecast)), day_(day), latitude_(lat), longitude_(lng) {}
 
   const std::string& name() const { return hours().name; }
+  std::size_t hourCount() const { return hours().end - hours().begin; }
   const std::shared_ptr<const HourlyForecast>& forecast() const { return forecast_; }
 
   const std::shared_ptr<const WaterTempData>& temperature();
@@ -63,7 +64,8 @@ class MarineDays {
                const TimeZone& zone) const;
 
   /// Remembers the days of a forecast, unless they are; a hundred of them at most. Gives those days, also
-  /// where there was no room for all.
+  /// where there was no room for all. Of the day that it only knows the last midnight of, what was known
+  /// before stays.
   Days keep(const std::shared_ptr<const HourlyForecast>& forecast, std::string_view locationId, double lat,
             double lng);
 

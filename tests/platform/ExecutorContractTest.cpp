@@ -177,33 +177,5 @@ TEST(MainLoopTest, runUntilAsksAfterEachJobAndWake) {
   other.join();
 }
 
-TEST(MainLoopTest, wakesWhenNothingIsOpenAnyMore) {
-  const auto activity = std::make_shared<Activity>();
-  MainLoop loop(activity);
-  const auto queue = QueueFactory(activity).makeQueue("worker", 1);
-  std::atomic<int> steps = 0;
-  queue->post([&] {
-    ++steps;
-    loop.post([&] {
-      ++steps;
-      queue->post([&] { ++steps; });  // the last piece ends on another thread
-    });
-  });
-  EXPECT_TRUE(loop.runUntil([&] { return activity->open() == 0; }));
-  EXPECT_EQ(steps, 3);
-}
-
-TEST(MainLoopTest, knowsTheMainThread) {
-  MainLoop loop;
-  EXPECT_TRUE(loop.isMainThread());
-  std::thread([&] { loop.adopt(); }).join();
-  EXPECT_FALSE(loop.isMainThread());
-  loop.driveOnThread();
-  std::promise<bool> inside;
-  loop.post([&] { inside.set_value(loop.isMainThread()); });
-  EXPECT_TRUE(inside.get_future().get());
-  EXPECT_FALSE(loop.isMainThread());
-}
-
 }  // namespace
 }  // namespace marlune::testing

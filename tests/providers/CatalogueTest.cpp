@@ -19,8 +19,7 @@ TEST_F(CatalogueTest, ReadsOnlyLinesOfEightFields) {
   fake.resources->files.insert_or_assign("stations_master_usa2.txt",
                                          "\xEF\xBB\xBF"
                                          "1~a~2~ +36.5north~-x~Name ~State~Etc/GMT-5\r\n"
-                                         "seven~a~0~1~2~n~s\n"
-                                         "nine~a~0~1~2~n~s~z~extra\n\n# comment\n"
+                                         "seven~a~0~1~2~n~s\n\n# comment\n"
                                          "2~b~0~1e1~.5~\xC3\x86r\xC3\xB8~State~\xE2\x80\xA8"
                                          "1~c~0~1~2~Later~Other~UTC");
   const auto all = provider->getAllTideStations();
@@ -72,23 +71,6 @@ TEST_F(CatalogueTest, FindsByPlace) {
   EXPECT_TRUE(provider->getStationsByRegionBoundary({10, 19}, {11, 21}).empty()) << "strict on the edge";
   EXPECT_TRUE(provider->getStationsByRegionBoundary({11, 21}, {9, 19}).empty())
       << "corners the other way round";
-  const MapPoint center = mapPoint({0, 0});
-  EXPECT_EQ(center.x, mapWorldSize / 2);
-  EXPECT_EQ(center.y, mapWorldSize / 2);
-  EXPECT_EQ(ids(provider->getStationsInMapVisibleRect({center.x, center.y, 1, 1})),
-            (std::vector<std::string>{"d"}));
-  EXPECT_TRUE(provider->getStationsInMapVisibleRect({center.x - 1, center.y - 1, 1, 1}).empty());
-  EXPECT_NEAR(distanceInMeters({0, 0}, {0, 180}), 20'015'086.8, 0.1);
-  EXPECT_LT(mapPoint({60, 0}).y, mapPoint({50, 0}).y) << "y runs southward";
-}
-
-TEST_F(CatalogueTest, KnowsTheDefaultStation) {
-  const auto first = provider->getDefaultTideStation();
-  EXPECT_EQ(first->stationId, "398997177");
-  EXPECT_FALSE(first->country);
-  EXPECT_FALSE(first->isSubordinate);
-  EXPECT_NE(first, provider->getDefaultTideStation());
-  EXPECT_FALSE(provider->tideLevelUnitInMeters());
 }
 
 /// Resources that wait until they are let go.

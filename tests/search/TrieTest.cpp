@@ -35,61 +35,34 @@ std::string innerMatches(const Texts& texts, std::string_view query) {
   return listed(trie.searchWith(query));
 }
 
-struct Case {
-  Texts texts;
-  std::string query;
-  std::string found;
-};
-
 TEST(PrefixTrieTest, FindsWordsByTheirBeginning) {
-  const Case cases[] = {
+  const struct {
+    Texts texts;
+    std::string query, found;
+  } cases[] = {
       {{"Lorne", "lorne", "Lorn", "LORNE PIER", "Port Lorne"}, "lor", "2 0 1 3"},  // by word, then insertion
-      {{"Santa Cruz", "Santa", "Santander", "santa-cruz"}, "santa ", "1 0 3"},
       {{"Santa Cruz", "Santa"}, "  santa \t cr", "0"},
       {{"  Santa\xC2\xA0 \n Cruz "}, "santa cruz", "0"},
-      {{"Ærøskøbing", "Þorlákshöfn", "ÞÓRSHÖFN"}, "æRØS", "0"},
-      {{"Ærøskøbing", "Þorlákshöfn", "ÞÓRSHÖFN"}, "þ", "1 2"},
       {{"Straße", "STRASSE", "strand"}, "strass", "0 1"},
       {{"Caf\xC3\xA9", "CAFE\xCC\x81", "Cafe"}, "caf\xC3\xA9", "0 1"},  // composed or not, never without
       {{"Ωμέγα ΣΑΣ"}, "ωμέγα σας", "0"},
       {{"Caf\xE9 Point"}, "CAF\xE9 p", "0"},
-      {{"a"}, "ab", "none"},
-      {{"a", "", " ", "\t"}, "", "none"},
       {{"a", "", " ", "\t"}, " ", "none"},
       {{std::string("a\0b", 3), "a b"}, std::string("A\0", 2), "0 1"},
-      {{}, "a", "none"},
   };
-  for (const auto& [words, query, found] : cases) {
-    EXPECT_EQ(prefixMatches(words, query), found) << query << " in " << (words.empty() ? "" : words[0]);
-  }
+  for (const auto& [words, query, found] : cases) EXPECT_EQ(prefixMatches(words, query), found) << query;
 }
 
 TEST(IndexTrieTest, FindsTextsByWhatTheyHold) {
   const Texts names = {"Santa Cruz, Monterey Bay", "Kings Point", "St. John's", "Port-aux-Basques",
                        "Pointe-à-Pitre",           "Þorlákshöfn", "Appoint",    "Point Point"};
   const std::pair<std::string, std::string> cases[] = {
-      {"cruz, mon", "0"}, {"SANTA CR", "0"}, {"cruz ", "0"},      {"cru ", "none"}, {"poi", "1 4 7 6"},
-      {"po", "1 3 4 7"},  {"oi", "none"},    {"oin", "1 4 6 7"},  {"s", "0 2"},     {"bas", "3"},
-      {"à", "4"},         {"lák", "5"},      {"ák", "none"},      {"ÁKS", "5"},     {". j", "2"},
-      {"y bay", "0"},     {"bay ", "0"},     {"int po", "7"},     {"", "none"},     {"  ", "none"},
-      {"ntd", "none"},    {"'s", "none"},    {"point ", "1 7 6"}, {"-", "none"},    {"-à-", "4"},
+      {"cruz, mon", "0"}, {"cruz ", "0"},     {"cru ", "none"}, {"poi", "1 4 7 6"},  {"po", "1 3 4 7"},
+      {"oi", "none"},     {"oin", "1 4 6 7"}, {"ák", "none"},   {"ÁKS", "5"},        {". j", "2"},
+      {"int po", "7"},    {"", "none"},       {"'s", "none"},   {"point ", "1 7 6"}, {"-", "none"},
   };
   for (const auto& [query, found] : cases) {
     EXPECT_EQ(innerMatches(names, query), found) << query;
-  }
-}
-
-// A character beyond U+00FF has the whole text folded the long way.
-TEST(TriesTest, FoldWesternLettersAlikeInAnyText) {
-  for (int codePoint = 0xC0; codePoint <= 0xFF; ++codePoint) {
-    const std::string letter = {'\xC3', static_cast<char>(codePoint - 0x40)};
-    TextFolder folder;
-    std::string folded;
-    folder.appendFolded(folded, letter);
-    std::string other;
-    folder.appendFolded(other, letter + "岸");
-    EXPECT_EQ(folded + "岸", other) << letter;
-    EXPECT_EQ(lowerCased(letter), codePoint == 0xDF ? "ß" : folded) << letter;
   }
 }
 

@@ -18,6 +18,7 @@ using simdjson::dom::element;
 using simdjson::dom::object;
 
 constexpr std::int64_t hour = 3'600;
+constexpr std::size_t longestAddress = 2'000;  // bytes; services take no longer ones
 // A day has 24 hours, and 25 at a clock change; far more come only of intervals that lie upon each other.
 constexpr std::size_t mostSamples = 10'000;
 
@@ -182,7 +183,9 @@ bool isLetterOrDigit(utf8proc_int32_t codePoint) {
 std::optional<std::string> addressOf(std::string_view answer, JsonReaders& readers) {
   const auto reader = readers.take();
   const auto properties = propertiesOf(*reader, answer);
-  return properties ? json::textOf(*properties, "forecastGridData") : std::nullopt;
+  auto address = properties ? json::textOf(*properties, "forecastGridData") : std::nullopt;
+  const bool fits = address && !address->empty() && address->size() <= longestAddress;
+  return fits ? std::move(address) : std::nullopt;
 }
 
 std::shared_ptr<const Wind> windOf(std::string_view answer, JsonReaders& readers) {

@@ -139,10 +139,8 @@ std::optional<std::string> NWSWindForecastProvider::State::storedGridURL(const s
 Task<std::string> NWSWindForecastProvider::State::askPoints(std::shared_ptr<State> state, std::string path) {
   const HttpAnswer answer = co_await ocean::fetch(state->fetcher, state->baseURL + path, state->headers);
   std::string fault = ocean::failureOf(answer);
-  std::optional<std::string> address;
   if (fault.empty()) {
-    address = nws_gridpoint::addressOf(*answer.body, state->readers);
-    if (address && !address->empty()) co_return std::move(*address);
+    if (auto address = nws_gridpoint::addressOf(*answer.body, state->readers)) co_return std::move(*address);
     fault = "the answer names no gridpoint";
   }
   state->host.log->line("Error fetching NWS gridpoint: " + fault);

@@ -122,6 +122,7 @@ int main(int count, char** arguments) {
   addCurvePairs();
   addWorldDocumentPairs();
   addSearchPairs();
+  addOceanObservationPairs();
 
   Collector collector;
   benchmark::RunSpecifiedBenchmarks(&collector);

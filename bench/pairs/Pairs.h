@@ -41,5 +41,6 @@ void addGlobalPairs();
 void addCurvePairs();
 void addWorldDocumentPairs();
 void addSearchPairs();
+void addOceanObservationPairs();
 
 }  // namespace marlune::bench

@@ -194,7 +194,7 @@ std::shared_ptr<const Wind> windOf(std::string_view answer, JsonReaders& readers
   if (!properties) return nullptr;
   auto wind = std::make_shared<Wind>();
   int layers = 0;
-  // Gridpoints have some sixty members: one walk over them, not one for each layer.
+  // Gridpoints have dozens of members: one walk over them, not one for each layer.
   for (const auto& [key, member] : *properties) {
     if (!key.starts_with("wind")) continue;
     const bool isSpeed = key == "windSpeed";

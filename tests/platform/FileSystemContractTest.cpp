@@ -60,6 +60,12 @@ TEST_P(FileSystemContract, writesAndReadsWholeFiles) {
   std::string room(10, '-');
   EXPECT_EQ(files->readInto(root + "/nothing", room), std::nullopt);
   EXPECT_EQ(files->readInto(root, room), std::nullopt) << "a folder";
+  const auto whole = files->identity(root + "/file");
+  const auto ifSame = [&](const FileIdentity& file) { return whole->sameAs(file); };
+  EXPECT_EQ(files->readIntoIf(ifSame, root + "/file", room), 5U);
+  EXPECT_EQ(room, "short-----");
+  EXPECT_EQ(files->readIntoIf([](const FileIdentity&) { return false; }, root + "/file", room), std::nullopt);
+  EXPECT_EQ(files->readIntoIf(ifSame, root + "/nothing", room), std::nullopt);
   EXPECT_TRUE(files->exists(root));
   EXPECT_TRUE(files->exists(root + "/file"));
 }

@@ -123,6 +123,7 @@ int main(int count, char** arguments) {
   addWorldDocumentPairs();
   addSearchPairs();
   addOceanMarinePairs();
+  addOceanObservationPairs();
 
   Collector collector;
   benchmark::RunSpecifiedBenchmarks(&collector);

@@ -42,5 +42,6 @@ void addCurvePairs();
 void addWorldDocumentPairs();
 void addSearchPairs();
 void addOceanMarinePairs();
+void addOceanObservationPairs();
 
 }  // namespace marlune::bench

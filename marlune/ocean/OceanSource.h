@@ -30,8 +30,8 @@ inline constexpr std::size_t maxOceanCacheItems = 100;
 ///     Task<Answer> State::day(std::shared_ptr<State> state, std::string key) {
 ///       co_await resumeOn(state->queue);
 ///       if (const auto* known = state->days.find(key)) co_return *known;
-///       co_return co_await askTogether<Answer>(state->requests, key, [state, key] { return fetch(state,
-///       key); });
+///       auto asking = askTogether<Answer>(state->requests, key, [state, key] { return fetch(state, key); });
+///       co_return co_await std::move(asking);  // GCC 12 may destroy a closure within a co_await twice
 ///     }
 struct OceanSource {
   /// The queue's name is for people who look at threads.

@@ -7,6 +7,7 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <deque>
 #include <iterator>
 #include <string>
 #include <utility>
@@ -33,13 +34,28 @@ double secondsOfModification(const FileIdentity& identity) {
          static_cast<double>(identity.modified % second) * 1e-9;
 }
 
-std::shared_ptr<const TimeSeriesData> sampleOf(element entry) {
+bool readAttributes(element pairs, std::optional<TimeSeriesData::Attributes>& attributes) {
   object members;
-  if (entry.get(members) != simdjson::SUCCESS) return nullptr;
+  if (pairs.get(members) != simdjson::SUCCESS) return false;
+  attributes.emplace();
+  for (const auto& [name, held] : members) {
+    const auto text = json::text(held);
+    if (!text) return false;
+    attributes->emplace_hint(attributes->end(), name, *text);
+  }
+  return true;
+}
+
+/// The samples of one file lie together: they come and go together, and many small blocks cost more than what
+/// is in them.
+using Samples = std::deque<TimeSeriesData>;
+
+bool readSample(element entry, Samples& samples) {
+  object members;
+  if (entry.get(members) != simdjson::SUCCESS) return false;
+  TimeSeriesData& sample = samples.emplace_back(Date(), 0.0);
   std::optional<double> date;
   std::optional<double> value;
-  std::optional<TimeSeriesData::Attributes> attributes;
-  std::optional<std::string> series;
   for (const auto& [key, member] : members) {
     if (key == "t") {
       date = json::number(member);
@@ -47,36 +63,30 @@ std::shared_ptr<const TimeSeriesData> sampleOf(element entry) {
       value = json::number(member);
     } else if (key == "s" && !member.is_null()) {
       const auto text = json::text(member);
-      if (!text) return nullptr;
-      series.emplace(*text);
+      if (!text) return false;
+      sample.series.emplace(*text);
     } else if (key == "a" && !member.is_null()) {
-      object pairs;
-      if (member.get(pairs) != simdjson::SUCCESS) return nullptr;
-      attributes.emplace();
-      for (const auto& [name, held] : pairs) {
-        const auto text = json::text(held);
-        if (!text) return nullptr;
-        attributes->insert_or_assign(std::string(name), std::string(*text));
-      }
+      if (!readAttributes(member, sample.attributes)) return false;
     }
   }
-  if (!date || !value) return nullptr;
-  return std::make_shared<const TimeSeriesData>(dateFromSeconds(*date), *value, std::move(attributes),
-                                                std::move(series));
+  if (!date || !value) return false;
+  sample.date = dateFromSeconds(*date);
+  sample.value = *value;
+  return true;
 }
 
 std::optional<TimeSeries> seriesOf(JsonReader& reader, std::string_view bytes) {
   const auto root = reader.read(bytes);
   simdjson::dom::array entries;
   if (!root || root->get(entries) != simdjson::SUCCESS) return std::nullopt;
-  TimeSeries samples;
-  samples.reserve(entries.size());
+  const auto samples = std::make_shared<Samples>();
   for (const element entry : entries) {
-    auto sample = sampleOf(entry);
-    if (!sample) return std::nullopt;
-    samples.push_back(std::move(sample));
+    if (!readSample(entry, *samples)) return std::nullopt;
   }
-  return samples;
+  TimeSeries series;
+  series.reserve(samples->size());
+  for (const TimeSeriesData& sample : *samples) series.emplace_back(samples, &sample);
+  return series;
 }
 
 /// Nothing for what JSON cannot hold: a number that is none, a text that is no UTF-8.
@@ -138,14 +148,16 @@ std::optional<TimeSeries> SeriesDiskCache::load(std::string_view name, std::opti
   std::call_once(sweepStarted_, [this] { startSweep(); });
   const auto path = pathInside(host_.folders->container(kGroupContainerName), name);
   if (!path) return std::nullopt;
-  const auto identity = host_.files->identity(*path);
-  if (!identity) return std::nullopt;
-  if (maxAge && secondsOf(host_.clock->now()) - secondsOfModification(*identity) > *maxAge)
-    return std::nullopt;
-  const auto bytes = host_.files->read(*path);
-  if (!bytes) return std::nullopt;
   const auto reader = readers_.take();
-  return seriesOf(*reader, *bytes);
+  std::array<char, 8192> room;  // a day's series fits
+  const auto isYoung = [&](const FileIdentity& file) {
+    return !maxAge || !(secondsOf(host_.clock->now()) - secondsOfModification(file) > *maxAge);
+  };
+  const auto size = host_.files->readIntoIf(isYoung, *path, room);
+  if (!size) return std::nullopt;
+  if (*size <= room.size()) return seriesOf(*reader, {room.data(), *size});
+  const auto bytes = host_.files->read(*path);
+  return bytes ? seriesOf(*reader, *bytes) : std::nullopt;
 }
 
 void SeriesDiskCache::save(const TimeSeries& samples, std::string_view name) const {

@@ -14,7 +14,7 @@ class MARLUNE_API WaterTempData final {
       : latitude(lat), longitude(lng), timeSeries(std::move(samples)), isTemperatureInCelsius(celsius) {}
   WaterTempData() = delete;
 
-  double latitude;   ///< of the place that was asked for, degrees
+  double latitude;   ///< of the place that was asked for, or of the station that observed, degrees
   double longitude;  ///< as above
   TimeSeries timeSeries;
   bool isTemperatureInCelsius;  ///< else Fahrenheit

@@ -15,7 +15,7 @@ class MARLUNE_API WindData final {
       : latitude(lat), longitude(lng), timeSeries(std::move(samples)), speedUnit(std::move(unit)) {}
   WindData() = delete;
 
-  double latitude;        ///< of the place that was asked for, degrees
+  double latitude;        ///< of the place that was asked for, or of the station that observed, degrees
   double longitude;       ///< as above
   TimeSeries timeSeries;  ///< speeds of the series "Wind", with the attributes "direction" and "gust"
   std::string speedUnit;  ///< of speeds and gusts: "mph" or "kt"

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -61,6 +62,14 @@ class MARLUNE_API FileSystem {
     if (!bytes) return std::nullopt;
     if (bytes->size() <= room.size()) std::copy(bytes->begin(), bytes->end(), room.begin());
     return bytes->size();
+  }
+
+  /// The same of a file in a state that is wanted; nothing for another, which is not read. What is asked
+  /// about is what is read then, where the file system can hold on to it.
+  virtual std::optional<std::size_t> readIntoIf(const std::function<bool(const FileIdentity&)>& isWanted,
+                                                const std::string& path, std::span<char> room) {
+    const auto state = identity(path);
+    return state && isWanted(*state) ? readInto(path, room) : std::nullopt;
   }
 
   /// The identity of what lies at `path`, or nothing when nothing does.

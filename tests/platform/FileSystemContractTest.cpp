@@ -57,6 +57,13 @@ TEST_P(FileSystemContract, writesAndReadsWholeFiles) {
                 content.size() > room.size() ? std::string(room.size(), '-') : content);
     }
   }
+  std::string room(10, '-');
+  const auto whole = files->identity(root + "/file");
+  const auto ifSame = [&](const FileIdentity& file) { return whole->sameAs(file); };
+  EXPECT_EQ(files->readIntoIf(ifSame, root + "/file", room), 5U);
+  EXPECT_EQ(room, "short-----");
+  EXPECT_EQ(files->readIntoIf([](const FileIdentity&) { return false; }, root + "/file", room), std::nullopt);
+  EXPECT_EQ(files->readIntoIf(ifSame, root + "/nothing", room), std::nullopt);
 }
 
 TEST_P(FileSystemContract, refusesWhatLiesElsewhere) {

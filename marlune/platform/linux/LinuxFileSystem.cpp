@@ -115,23 +115,7 @@ Outcome store(const Destination& to, std::string_view bytes, const std::optional
   return Outcome::failed;
 }
 
-}  // namespace
-
-LinuxFileSystem::LinuxFileSystem(std::shared_ptr<Clock> clock) : clock_(std::move(clock)) {}
-
-std::optional<Bytes> LinuxFileSystem::read(const std::string& path) {
-  if (!usable(path)) return std::nullopt;
-  return readWholeFile(path);
-}
-
-std::optional<std::size_t> LinuxFileSystem::readInto(const std::string& path, std::span<char> room) {
-  if (!usable(path)) return std::nullopt;
-  return readWholeFileInto(path, room);
-}
-
-std::optional<FileIdentity> LinuxFileSystem::identity(const std::string& path) {
-  struct stat status {};
-  if (!usable(path) || ::stat(path.c_str(), &status) != 0) return std::nullopt;
+FileIdentity identityOf(const struct stat& status) {
   FileIdentity identity;
   identity.device = status.st_dev;
   identity.inode = status.st_ino;
@@ -148,6 +132,33 @@ std::optional<FileIdentity> LinuxFileSystem::identity(const std::string& path) {
   constexpr std::int64_t severalTicks = 50'000'000;
   identity.settled = age > severalTicks;
   return identity;
+}
+
+}  // namespace
+
+LinuxFileSystem::LinuxFileSystem(std::shared_ptr<Clock> clock) : clock_(std::move(clock)) {}
+
+std::optional<Bytes> LinuxFileSystem::read(const std::string& path) {
+  if (!usable(path)) return std::nullopt;
+  return readWholeFile(path);
+}
+
+std::optional<std::size_t> LinuxFileSystem::readInto(const std::string& path, std::span<char> room) {
+  if (!usable(path)) return std::nullopt;
+  return readWholeFileInto(path, room);
+}
+
+std::optional<std::size_t> LinuxFileSystem::readIntoIf(
+    const std::function<bool(const FileIdentity&)>& isWanted, const std::string& path, std::span<char> room) {
+  if (!usable(path)) return std::nullopt;
+  return readWholeFileInto(path, room,
+                           [&](const struct stat& status) { return isWanted(identityOf(status)); });
+}
+
+std::optional<FileIdentity> LinuxFileSystem::identity(const std::string& path) {
+  struct stat status {};
+  if (!usable(path) || ::stat(path.c_str(), &status) != 0) return std::nullopt;
+  return identityOf(status);
 }
 
 bool LinuxFileSystem::write(const std::string& folder, const std::string& path, std::string_view bytes,

@@ -28,6 +28,8 @@ class MARLUNE_API LinuxFileSystem : public FileSystem {
 
   std::optional<Bytes> read(const std::string& path) override;
   std::optional<std::size_t> readInto(const std::string& path, std::span<char> room) override;
+  std::optional<std::size_t> readIntoIf(const std::function<bool(const FileIdentity&)>& isWanted,
+                                        const std::string& path, std::span<char> room) override;
   std::optional<FileIdentity> identity(const std::string& path) override;
   bool write(const std::string& folder, const std::string& path, std::string_view bytes,
              Durability durability) override;

@@ -1,7 +1,6 @@
 #include "marlune/platform/linux/WholeFile.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace marlune {
@@ -11,6 +10,7 @@ namespace {
 struct OpenFile {
   FileDescriptor descriptor;
   std::size_t size = 0;
+  struct stat status {};
 };
 
 std::optional<OpenFile> openFile(const std::string& path) {
@@ -21,7 +21,7 @@ std::optional<OpenFile> openFile(const std::string& path) {
   struct stat status {};
   if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
   if (status.st_size < 0 || static_cast<std::size_t>(status.st_size) > largestFile) return std::nullopt;
-  return OpenFile{std::move(file), static_cast<std::size_t>(status.st_size)};
+  return OpenFile{std::move(file), static_cast<std::size_t>(status.st_size), status};
 }
 
 /// Reads up to `size` bytes; how many there were. An end before the file's size means that it is being cut
@@ -59,9 +59,10 @@ std::optional<Bytes> readWholeFile(const std::string& path) {
   return bytes;
 }
 
-std::optional<std::size_t> readWholeFileInto(const std::string& path, std::span<char> room) {
+std::optional<std::size_t> readWholeFileInto(const std::string& path, std::span<char> room,
+                                             const std::function<bool(const struct stat&)>& isWanted) {
   const auto file = openFile(path);
-  if (!file) return std::nullopt;
+  if (!file || (isWanted && !isWanted(file->status))) return std::nullopt;
   if (file->size <= room.size() && readUpTo(*file, room.data(), file->size) != file->size)
     return std::nullopt;
   return file->size;

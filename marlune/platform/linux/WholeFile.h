@@ -1,7 +1,10 @@
 #pragma once
 
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -19,8 +22,11 @@ constexpr std::size_t largestFile = std::size_t{64} << 20;
 /// The whole content of a regular file, or nothing. Safe from any thread.
 std::optional<Bytes> readWholeFile(const std::string& path);
 
-/// The same into `room`, where it fits: the size of the file in any case, or nothing.
-std::optional<std::size_t> readWholeFileInto(const std::string& path, std::span<char> room);
+/// The same into `room`, where it fits: the size of the file in any case, or nothing. Nothing also for a file
+/// that `isWanted`, where there is one, does not want.
+std::optional<std::size_t> readWholeFileInto(
+    const std::string& path, std::span<char> room,
+    const std::function<bool(const struct stat&)>& isWanted = nullptr);
 
 /// Can `name` be the name of a file lying directly in a folder?
 bool isPlainName(std::string_view name);

@@ -1,0 +1,38 @@
+#include "marlune/ocean/NOAAWindDataProvider.h"
+
+#include <utility>
+
+#include "marlune/ocean/NOAAStationDays.h"
+
+namespace marlune {
+
+namespace {
+
+using Answer = NOAAWindDataProvider::Answer;
+
+Answer recordOf(const Location& station, TimeSeries samples) {
+  return std::make_shared<const WindData>(station.lat, station.lng, std::move(samples), "kt");
+}
+
+}  // namespace
+
+struct NOAAWindDataProvider::State : NOAAStationDays<WindData> {
+  using NOAAStationDays::NOAAStationDays;
+};
+
+NOAAWindDataProvider::NOAAWindDataProvider(const Host& host, std::shared_ptr<SeriesDiskCache> diskCache)
+    : state_(std::make_shared<State>(host, std::move(diskCache),
+                                     NOAAProduct{"wind", "english", noaa_observations::Kind::wind,
+                                                 station_filename, "Error fetching wind observations: "},
+                                     &recordOf)) {}
+
+NOAAWindDataProvider::~NOAAWindDataProvider() {
+  state_->close();
+}
+
+Task<Answer> NOAAWindDataProvider::getDailyWindData(double lat, double lng, Date date, TimeZone timezone,
+                                                    std::string /*locationId*/) {
+  return inOwnChain(State::day(state_, lat, lng, date, timezone));
+}
+
+}  // namespace marlune

@@ -1,0 +1,244 @@
+#include "marlune/ocean/UKHOCurrentsDataProvider.h"
+
+#include <fmt/compile.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "marlune/ocean/CurrentsPeriod.h"
+#include "marlune/ocean/GroupFiles.h"
+#include "marlune/ocean/NearestStationMemo.h"
+#include "marlune/ocean/OceanSource.h"
+#include "marlune/ocean/StreamRates.h"
+#include "marlune/ocean/UKHOStreamStation.h"
+
+namespace marlune {
+
+namespace {
+
+using Answer = UKHOCurrentsDataProvider::Answer;
+using Station = std::shared_ptr<const UKHOStreamStation>;
+using stream_rates::Entries;
+
+constexpr std::string_view defaultHost = "https://admiralty.marlune.example";
+constexpr std::string_view streamsPath = "/uktidalapi-premium/api/V2/Streams";
+constexpr std::string_view stationFile = "stream_stations_uk.json";
+constexpr std::chrono::seconds timeOut{60};
+constexpr std::int64_t hour = 3600;
+
+UKHOStreamStation::List loadStations(const Host& host) {
+  const auto bytes = host.resources->read(stationFile);
+  const auto reading = bytes ? StreamStationsGeoJSON::read(*bytes)
+                             : StreamStationsGeoJSON::Reading{{}, fmt::format("there is no {}", stationFile)};
+  if (reading.error) host.log->line("Error loading UKHO stream stations: " + *reading.error);
+  return UKHOStreamStation::listOf(reading.document);
+}
+
+std::string dayFileName(const UKHOStreamStation& station, std::int64_t day) {
+  return fmt::format(FMT_COMPILE("ukho_streams_{}_{}.json"), station.id, ocean_times::utcDay(day));
+}
+
+/// Takes out what does not count or lies outside the period, and sorts the rest.
+Entries entriesWithin(const CurrentsPeriod& period, Entries entries) {
+  std::erase_if(entries, [&](const StreamRateEntry& entry) {
+    const auto instant = entry.instant();
+    return !instant || !period.holds(*instant);
+  });
+  putInTimeOrder(entries, [](const StreamRateEntry& entry) { return entry.instant().value_or(0); });
+  return entries;
+}
+
+/// Whole days hold what the service may send beyond the period.
+CurrentsPeriod daysOf(const CurrentsPeriod& period, std::int64_t hours) {
+  const CurrentsPeriod asked{period.from, std::max(period.to, period.from + hours * hour)};
+  return {asked.firstDay(), asked.lastDay() + CurrentsPeriod::day - 1};
+}
+
+std::int64_t hoursOf(const CurrentsPeriod& period) {
+  return std::max<std::int64_t>(24, (period.to - period.from) / hour + 2);
+}
+
+/// Do the entries of a day, in order, reach over what a period has of it? Rates come each half hour; a file
+/// may hold the end or the beginning of a day only.
+bool reachOver(const Entries& entries, std::int64_t day, const CurrentsPeriod& period) {
+  if (entries.empty()) return false;
+  const std::int64_t begin = std::max(period.from, day);
+  const std::int64_t end = std::min(period.to, day + CurrentsPeriod::day);
+  return entries.front().instant() <= begin + hour && entries.back().instant() >= end - hour;
+}
+
+}  // namespace
+
+struct UKHOCurrentsDataProvider::State : OceanSource {
+  explicit State(const Host& sourceHost)
+      : OceanSource(sourceHost, "ukho-currents"),
+        baseURL(ocean::baseAddress(host.settings, host.settings.admiraltyBaseURL, defaultHost)
+                    .append(streamsPath)),
+        files(host),
+        stations([asked = host] { return loadStations(asked); }),
+        requests(std::make_shared<JoinedRequests<Answer>>(queue)) {}
+
+  static Task<bool> hasStation(std::shared_ptr<State> state, double lat, double lng, std::string locationId);
+  static Task<Answer> currents(std::shared_ptr<State> state, double lat, double lng, Date from, Date to,
+                               std::string locationId);
+  static Task<Answer> day(std::shared_ptr<State> state, double lat, double lng, Date date, TimeZone timezone,
+                          std::string locationId);
+  /// The record of a period, with the station's own place.
+  static Task<Answer> load(std::shared_ptr<State> state, Station station, CurrentsPeriod period);
+  static Task<std::optional<Entries>> fetch(std::shared_ptr<State> state, Station station, std::int64_t from,
+                                            std::int64_t hours);
+
+  Entries storedDay(const UKHOStreamStation& station, std::int64_t day);
+  std::optional<Entries> stored(const UKHOStreamStation& station, const CurrentsPeriod& period);
+  void store(const UKHOStreamStation& station, const Entries& entries);
+
+  const std::string baseURL;
+  const GroupFiles files;
+  NearestStationMemo<UKHOStreamStation> stations;
+  BoundedCache<Answer> processedCacheByKey{maxOceanCacheItems};
+  const std::shared_ptr<JoinedRequests<Answer>> requests;
+};
+
+Task<bool> UKHOCurrentsDataProvider::State::hasStation(std::shared_ptr<State> state, double lat, double lng,
+                                                       std::string locationId) {
+  co_await resumeOn(state->queue);
+  co_return ocean::isPlace(lat, lng) && state->stations.find(locationId, lat, lng) != nullptr;
+}
+
+Task<Answer> UKHOCurrentsDataProvider::State::day(std::shared_ptr<State> state, double lat, double lng,
+                                                  Date date, TimeZone timezone, std::string locationId) {
+  const auto local = ocean_times::dayOf(date, timezone);
+  if (!local) co_return nullptr;
+  const auto from = dateFromSeconds(static_cast<double>(local->start));
+  const auto to = dateFromSeconds(static_cast<double>(local->end));
+  co_return co_await currents(state, lat, lng, from, to, std::move(locationId));
+}
+
+Task<Answer> UKHOCurrentsDataProvider::State::currents(std::shared_ptr<State> state, double lat, double lng,
+                                                       Date from, Date to, std::string locationId) {
+  co_await resumeOn(state->queue);
+  const auto period = CurrentsPeriod::of(from, to);
+  if (!ocean::isPlace(lat, lng) || !period) co_return nullptr;
+  const Station station = state->stations.find(locationId, lat, lng);
+  if (!station) co_return nullptr;
+  const std::string key = fmt::format(FMT_COMPILE("{},{}-{}"), station->id, period->from, period->to);
+  Answer record;
+  if (const auto* known = state->processedCacheByKey.find(key)) record = *known;
+  const bool isKnown = record != nullptr;
+  if (!isKnown) {
+    auto asked = askTogether<Answer>(
+        state->requests, key, [state, station, asked = *period] { return load(state, station, asked); });
+    record = co_await std::move(asked);
+    if (!record) co_return nullptr;
+  }
+  const bool isOfPlace = record->latitude == lat && record->longitude == lng;
+  if (!isOfPlace)
+    record = std::make_shared<const OceanCurrentData>(lat, lng, record->timeSeries, record->events);
+  if (!isKnown || !isOfPlace) state->processedCacheByKey.store(key, record);
+  co_return record;
+}
+
+Task<Answer> UKHOCurrentsDataProvider::State::load(std::shared_ptr<State> state, Station station,
+                                                   CurrentsPeriod period) {
+  auto entries = state->stored(*station, period);
+  if (!entries) {
+    const std::int64_t hours = hoursOf(period);
+    entries = co_await fetch(state, station, period.from, hours);
+    if (!entries) co_return nullptr;
+    entries = entriesWithin(daysOf(period, hours), std::move(*entries));
+    state->store(*station, *entries);
+  }
+  co_return stream_rates::currentsOf(entriesWithin(period, std::move(*entries)), station->lat, station->lng);
+}
+
+Task<std::optional<Entries>> UKHOCurrentsDataProvider::State::fetch(std::shared_ptr<State> state,
+                                                                    Station station, std::int64_t from,
+                                                                    std::int64_t hours) {
+  const CivilTime civil = TimeZone().civil(from);
+  HttpRequest request;
+  request.url = fmt::format(
+      FMT_COMPILE(
+          "{}/{}/TidalStreamRates?dateTime={:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z&duration={}&interval=30"),
+      state->baseURL, station->id, civil.year, civil.month, civil.day, civil.hour, civil.minute, civil.second,
+      hours);
+  request.headers = {{"Ocp-Apim-Subscription-Key", state->host.settings.admiraltySubscriptionKey}};
+  request.silenceLimit = request.totalLimit = timeOut;
+  HttpAnswer answer;
+  if (ocean::isHttpAddress(request.url)) {
+    answer = co_await state->fetcher->fetchAnswer(std::move(request));
+  } else {
+    answer.error = fmt::format("\"{}\" is no address to ask by http or https", request.url);
+  }
+  if (answer.error.empty() && answer.status != 200) {
+    state->host.log->line(fmt::format("UKHO Currents: HTTP {} for station {}", answer.status, station->id));
+    co_return std::nullopt;
+  }
+  stream_rates::Reading reading;
+  if (answer.error.empty()) reading = stream_rates::read(*answer.body, state->readers);
+  const std::string error = answer.error.empty() ? reading.error.value_or(std::string()) : answer.error;
+  if (!error.empty()) {
+    state->host.log->line("UKHO Currents fetch error: " + error);
+    co_return std::nullopt;
+  }
+  co_return std::move(reading.entries);
+}
+
+Entries UKHOCurrentsDataProvider::State::storedDay(const UKHOStreamStation& station, std::int64_t day) {
+  const auto bytes = files.read(dayFileName(station, day));
+  if (!bytes) return {};
+  return entriesWithin({day, day + CurrentsPeriod::day - 1}, stream_rates::read(*bytes, readers).entries);
+}
+
+std::optional<Entries> UKHOCurrentsDataProvider::State::stored(const UKHOStreamStation& station,
+                                                               const CurrentsPeriod& period) {
+  Entries all;
+  for (std::int64_t day = period.firstDay(); day <= period.lastDay(); day += CurrentsPeriod::day) {
+    Entries entries = storedDay(station, day);
+    if (!reachOver(entries, day, period)) return std::nullopt;
+    all.insert(all.end(), std::make_move_iterator(entries.begin()), std::make_move_iterator(entries.end()));
+  }
+  return all;
+}
+
+void UKHOCurrentsDataProvider::State::store(const UKHOStreamStation& station, const Entries& entries) {
+  for (auto begin = entries.begin(); begin != entries.end();) {
+    const std::int64_t day = CurrentsPeriod::dayOf(begin->instant().value_or(0));
+    const auto next = std::find_if(begin, entries.end(), [day](const StreamRateEntry& entry) {
+      return CurrentsPeriod::dayOf(entry.instant().value_or(0)) != day;
+    });
+    const Entries own(begin, next);
+    // A day at the end of an answer is there in part only; it must not displace a whole one.
+    if (own.size() >= storedDay(station, day).size()) {
+      files.write(dayFileName(station, day), stream_rates::fileOf(own));
+    }
+    begin = next;
+  }
+}
+
+UKHOCurrentsDataProvider::UKHOCurrentsDataProvider(const Host& host)
+    : state_(std::make_shared<State>(host)) {}
+
+UKHOCurrentsDataProvider::~UKHOCurrentsDataProvider() {
+  state_->close();
+}
+
+Task<Answer> UKHOCurrentsDataProvider::getDailyOceanCurrentData(double lat, double lng, Date date,
+                                                                TimeZone timezone, std::string locationId) {
+  return inOwnChain(State::day(state_, lat, lng, date, timezone, std::move(locationId)));
+}
+
+Task<Answer> UKHOCurrentsDataProvider::getOceanCurrentData(double lat, double lng, Date from, Date to,
+                                                           TimeZone, std::string locationId) {
+  return inOwnChain(State::currents(state_, lat, lng, from, to, std::move(locationId)));
+}
+
+Task<bool> UKHOCurrentsDataProvider::hasStation(double lat, double lng, std::string locationId) {
+  return inOwnChain(State::hasStation(state_, lat, lng, std::move(locationId)));
+}
+
+}  // namespace marlune

@@ -1,0 +1,244 @@
+#include "marlune/ocean/UKHOCurrentsDataProvider.h"
+
+#include <fmt/format.h>
+
+#include <cmath>
+
+#include "marlune/ocean/StreamRates.h"
+#include "marlune/ocean/UKHOStreamStation.h"
+#include "support/HostTest.h"
+
+namespace marlune::testing {
+namespace {
+
+constexpr std::int64_t march5 = 1'741'132'800;  // 2025
+constexpr double knots = 1.9438447;
+
+std::string rate(std::int64_t time, double speed) {
+  const CivilTime at = TimeZone().civil(time);
+  return fmt::format(R"({{"DateTime":"{:04}-{:02}-{:02}T{:02}:{:02}:00Z","Speed":{},"Bearing":212.5}})",
+                     at.year, at.month, at.day, at.hour, at.minute, speed);
+}
+
+/// A rate each half hour, from inclusive to exclusive.
+std::string rates(std::int64_t from, std::int64_t to) {
+  std::string text;
+  for (std::int64_t time = from; time < to; time += 1800) text += (text.empty() ? "" : ",") + rate(time, 0.5);
+  return "[" + text + "]";
+}
+
+// --- Rates and records ---
+
+TEST(StreamRatesTest, RatesAreReadStrictly) {
+  JsonReaders readers;
+  const std::string good = R"({"DateTime":"2025-03-05T00:30:00+01:00","Speed":-0.0,"Bearing":7,"x":1})";
+  const auto reading = stream_rates::read("[" + good + "," + rate(march5, 1.25) + "]", readers);
+  ASSERT_EQ(reading.entries.size(), 2U);
+  EXPECT_EQ(reading.entries[0].instant(), march5 - 1800);
+  const std::string file = stream_rates::fileOf(reading.entries);
+  EXPECT_EQ(file,
+            R"([{"DateTime":"2025-03-05T00:30:00+01:00","Speed":0,"Bearing":7},)" + rate(march5, 1.25) + "]");
+  EXPECT_EQ(stream_rates::read(file, readers).entries, reading.entries);
+  EXPECT_FALSE(stream_rates::read("[]", readers).error);
+  for (const char* bad :
+       {"", "{}", "null", "[1]", R"([{"Speed":1,"Bearing":1}])", R"([{"DateTime":"","Bearing":1}])",
+        R"([{"DateTime":"","Speed":1}])", R"([{"DateTime":1,"Speed":1,"Bearing":1}])",
+        R"([{"DateTime":"","Speed":"1","Bearing":1}])", R"([{"DateTime":"","Speed":1,"Bearing":null}])",
+        R"([{"DateTime":"","Speed":1e400,"Bearing":1}])"}) {
+    EXPECT_TRUE(stream_rates::read(bad, readers).error) << bad;
+  }
+}
+
+TEST(StreamRatesTest, StretchesHaveAnEventEach) {
+  using Expected = std::vector<std::pair<int, const char*>>;
+  const struct {
+    std::vector<double> speeds;  // knots
+    Expected events;
+  } cases[] = {{{0.1, 0.05, 0.05, 0.5}, {{1, "slack"}, {3, "flood"}}},
+               {{1, 2, 2, 1.5}, {{1, "flood"}}},
+               {{0.3, 0.19, 0.2001, 0}, {{0, "flood"}, {1, "slack"}, {2, "flood"}, {3, "slack"}}}};
+  for (const auto& [speeds, expected] : cases) {
+    stream_rates::Entries entries;
+    for (std::size_t i = 0; i < speeds.size(); ++i) {
+      entries.push_back({fmt::format("2025-03-05T0{}:00:00Z", i), speeds[i] / knots, 270});
+    }
+    entries.push_back({"2025-03-05T09:00:00", 1, 1});       // no zone
+    entries.push_back({"2025-03-05T09:00:00.5Z", 1, 1});    // a fraction
+    entries.push_back({"2025-03-05T09:00:00Z", -1, 1});     // no speed
+    entries.push_back({"2025-03-05T09:00:00Z", 1e300, 1});  // none either
+    const auto record = stream_rates::currentsOf(entries, 50, -1);
+    ASSERT_TRUE(record);
+    ASSERT_EQ(record->timeSeries.size(), speeds.size());
+    EXPECT_NEAR(record->timeSeries[0]->value, speeds[0], 1e-12);
+    EXPECT_EQ(record->timeSeries[0]->series, "Velocity");
+    EXPECT_EQ(record->timeSeries[0]->attributes->at("direction"), "270.0");
+    ASSERT_EQ(record->events.size(), expected.size());
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+      const auto at = static_cast<std::size_t>(expected[i].first);
+      EXPECT_EQ(record->events[i]->type, expected[i].second);
+      EXPECT_EQ(record->events[i]->date, record->timeSeries[at]->date);
+      EXPECT_EQ(record->events[i]->speed, record->timeSeries[at]->value);
+    }
+    entries.erase(entries.begin(), entries.begin() + static_cast<std::ptrdiff_t>(speeds.size()) - 1);
+    EXPECT_FALSE(stream_rates::currentsOf(entries, 50, -1)) << "one entry";
+  }
+}
+
+TEST(UKHOStreamStationTest, FeaturesBecomeStationsAllOrNone) {
+  const auto feature = [](const std::string& coordinates, const std::string& properties) {
+    return R"({"geometry":{"coordinates":)" + coordinates + R"(},"properties":{)" + properties + "}}";
+  };
+  const std::string named = R"("Id":"SN1","Name":"Race","Country":null)";
+  const auto read = [](const std::string& features) {
+    return StreamStationsGeoJSON::read(R"({"features":[)" + features + "]}");
+  };
+  const auto reading = read(feature("[-1.5,50.5,3]", named) + "," + feature("[7]", named));
+  ASSERT_FALSE(reading.error);
+  const auto stations = UKHOStreamStation::listOf(reading.document);
+  ASSERT_EQ(stations.size(), 1U);
+  EXPECT_EQ(stations[0]->id + stations[0]->name, "SN1Race");
+  EXPECT_EQ(stations[0]->lat, 50.5);
+  EXPECT_EQ(stations[0]->lng, -1.5);
+  EXPECT_EQ(stations[0]->point().z, spacePoint(50.5, -1.5).z);
+  for (const auto& bad :
+       {std::string("1"), std::string("{}"), feature("[\"1\",2]", named), feature("null", named),
+        feature("[1,2]", R"("Id":"A")"), feature("[1,2]", R"("Id":1,"Name":"N")")}) {
+    EXPECT_TRUE(read(feature("[1,2]", named) + "," + bad).error) << bad;
+  }
+  for (const char* bad : {"", "[]", "{}", R"({"features":{}})"})
+    EXPECT_TRUE(StreamStationsGeoJSON::read(bad).error) << bad;
+}
+
+// --- The provider ---
+
+class UKHOCurrentsTest : public HostTest {
+ protected:
+  UKHOCurrentsTest() {
+    fake.resources->files["stream_stations_uk.json"] =
+        R"({"features":[{"geometry":{"coordinates":[-1,50]},"properties":{"Id":"SN1","Name":"Race"}}]})";
+    fake.settings.admiraltyBaseURL = "https://admiralty.test/";
+    fake.settings.admiraltySubscriptionKey = "0123456789abcdef";
+    provider = std::make_unique<UKHOCurrentsDataProvider>(fake.host());
+  }
+
+  static std::string url(const std::string& start, int hours) {
+    return fmt::format(
+        "https://admiralty.test/uktidalapi-premium/api/V2/Streams/SN1/"
+        "TidalStreamRates?dateTime={}Z&duration={}&interval=30",
+        start, hours);
+  }
+  UKHOCurrentsDataProvider::Answer result(Task<UKHOCurrentsDataProvider::Answer> task) {
+    UKHOCurrentsDataProvider::Answer given;
+    start(std::move(task), [&, once = completions.once("streams")](auto answer) {
+      given = std::move(answer);
+      once();
+    });
+    EXPECT_TRUE(fake.settle());
+    return given;
+  }
+  UKHOCurrentsDataProvider::Answer ask(double from, double to, double lng = -1) {
+    return result(provider->getOceanCurrentData(50, lng, dateFromSeconds(from), dateFromSeconds(to),
+                                                TimeZone(), "here"));
+  }
+  std::string kept(const std::string& day) {
+    return fake.files->read(fake.container(kGroupContainerName) + "/ukho_streams_SN1_" + day + ".json")
+        .value_or("none");
+  }
+  std::size_t asked() const { return fake.http->requests().size(); }
+
+  std::unique_ptr<UKHOCurrentsDataProvider> provider;
+};
+
+TEST_F(UKHOCurrentsTest, ALocalDayIsFetchedKeptAndReadBack) {
+  const TimeZone london = *TimeZone::named("Europe/London");
+  constexpr std::int64_t april1 = march5 + 27 * 86'400;  // summer time: local days begin at 23:00
+  const auto day = [&](std::int64_t noon) {
+    return result(provider->getDailyOceanCurrentData(50, -1, dateFromSeconds(static_cast<double>(noon)),
+                                                     london, "here"));
+  };
+  // What the service sends lies in no order, has one rate twice, and reaches a week too far.
+  std::string body = rates(april1 - 3600, april1 + 25 * 3600);
+  body.insert(1, rate(april1 + 7 * 86'400, 3) + "," + rate(april1, 0.25) + ",");
+  fake.http->script(url("2025-03-31T23:00:00", 26), answerOf(body));
+  const auto first = day(april1 + 43'200);
+  ASSERT_TRUE(first);
+  EXPECT_EQ(first->timeSeries.size(), 49U) << "both midnights";
+  EXPECT_EQ(secondsOf(first->timeSeries[0]->date), april1 - 3600);
+  EXPECT_EQ(first->timeSeries[2]->value, 0.25 * knots) << "of two the first";
+  const HttpRequest request = fake.http->requests().back();
+  ASSERT_EQ(request.headers.size(), 1U);
+  EXPECT_EQ(request.headers[0],
+            std::pair(std::string("Ocp-Apim-Subscription-Key"), std::string("0123456789abcdef")));
+  EXPECT_EQ(request.totalLimit, std::chrono::seconds(60));
+  EXPECT_EQ(kept("20250331"), rates(april1 - 3600, april1));
+  EXPECT_EQ(kept("20250402"), rates(april1 + 86'400, april1 + 25 * 3600));
+  EXPECT_EQ(kept("20250408"), "none") << "not asked for";
+  EXPECT_EQ(day(april1 + 50'000), first);
+
+  const std::string whole = kept("20250401");
+  fake.http->script(url("2025-04-01T23:00:00", 26), answerOf(rates(april1 + 23 * 3600, april1 + 49 * 3600)));
+  EXPECT_EQ(day(april1 + 130'000)->timeSeries.size(), 49U) << "half a file is no day";
+  EXPECT_EQ(kept("20250401"), whole) << "the end of a day does not displace the whole";
+  EXPECT_EQ(kept("20250402"), rates(april1 + 86'400, april1 + 2 * 86'400));
+  provider = std::make_unique<UKHOCurrentsDataProvider>(fake.host());
+  EXPECT_EQ(ask(static_cast<double>(april1), static_cast<double>(april1 + 86'400 + 1800), -1.001)
+                ->timeSeries.size(),
+            50U);
+  EXPECT_EQ(ask(static_cast<double>(april1), static_cast<double>(april1 + 86'400 + 1800), -1.002)->longitude,
+            -1.002);
+  EXPECT_EQ(asked(), 2U) << "read from the disk";
+}
+
+TEST_F(UKHOCurrentsTest, WhatFailsIsNothingAndAskedAgain) {
+  const auto six = url("2025-03-05T00:00:07", 24);
+  expectLog("UKHO Currents: HTTP 401 for station SN1");
+  expectLog("UKHO Currents fetch error: unreachable");
+  expectLog("UKHO Currents fetch error: no JSON array");
+  for (const auto& bad : {answerOf("[]", 401), failedAnswer("unreachable"), answerOf("{}"), answerOf("[]"),
+                          answerOf("[" + rate(march5 + 1800, 1) + "]")}) {
+    fake.http->script(six, bad);
+    EXPECT_FALSE(ask(march5 + 6.5, march5 + 21'600));
+  }
+  EXPECT_EQ(asked(), 5U);
+  fake.http->script(six, answerOf(rates(march5, march5 + 86'400)));
+  EXPECT_EQ(ask(march5 + 6.5, march5 + 21'600)->timeSeries.size(), 12U);
+  for (const auto& line : fake.log->lines()) EXPECT_EQ(line.find("0123456789abcdef"), std::string::npos);
+  for (const auto& [from, to] : {std::pair<double, double>(march5, march5 - 1),
+                                 {march5, march5 + 63 * 86'400.0},
+                                 {march5, HUGE_VAL}}) {
+    EXPECT_FALSE(ask(from, to));
+  }
+  EXPECT_EQ(asked(), 6U);
+}
+
+TEST_F(UKHOCurrentsTest, EqualQuestionsShareARequestAndItsEndEndsThem) {
+  allowLog("UKHO Currents fetch error: ");
+  const auto day = url("2025-03-05T00:00:00", 26);
+  for (const bool answered : {true, false}) {
+    fake.http->hold(day);
+    const std::size_t before = asked();
+    for (int i = 0; i < 100; ++i) {
+      start(provider->getDailyOceanCurrentData(50, -1 + i * 0.001, dateFromSeconds(march5), TimeZone(),
+                                               std::to_string(i)),
+            [=, once = completions.once("day")](const auto& answer) {
+              EXPECT_EQ(answer != nullptr, answered);
+              EXPECT_EQ(answer ? answer->longitude : 0, answered ? -1 + i * 0.001 : 0);
+              once();
+            });
+    }
+    ASSERT_TRUE(fake.http->waitForRequests(before + 1));
+    if (answered) {
+      ASSERT_TRUE(fake.http->answer(day, answerOf(rates(march5, march5 + 86'400))));
+      ASSERT_TRUE(fake.settle());
+      EXPECT_EQ(asked(), 1U);
+      fake.files->remove(fake.container(kGroupContainerName) + "/ukho_streams_SN1_20250305.json");
+      provider = std::make_unique<UKHOCurrentsDataProvider>(fake.host());
+    } else {
+      provider.reset();
+    }
+    EXPECT_EQ(completions.outstanding(), 0U);
+  }
+}
+
+}  // namespace
+}  // namespace marlune::testing

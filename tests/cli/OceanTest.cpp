@@ -39,14 +39,14 @@ TEST_F(OceanTest, RecordsAreWrittenWithTheirOwnNames) {
       run(at(ask("temperature"))).output,
       answer(
           place +
-          R"([{"date":1741176000.0,"value":10.5,"series":null,"attributes":null}],"isTemperatureInCelsius":true})") +
+          R"([{"date":1741176000,"value":10.5,"series":null,"attributes":null}],"isTemperatureInCelsius":true})") +
           "\n");
   EXPECT_EQ(
       run(at(ask("swell"))).output,
       answer(
           place +
-          R"([{"date":1741176000.0,"value":3.0,"series":"Height","attributes":{"direction":"270.0"}},)"
-          R"({"date":1741176000.0,"value":9.5,"series":"Period","attributes":{"direction":"270.0"}}],"isHeightInFeet":true})") +
+          R"([{"date":1741176000,"value":3,"series":"Height","attributes":{"direction":"270.0"}},)"
+          R"({"date":1741176000,"value":9.5,"series":"Period","attributes":{"direction":"270.0"}}],"isHeightInFeet":true})") +
           "\n");
   EXPECT_EQ(
       run(at({"ocean", "marine-currents", "36.95", "-122.02", "1741179600", "1741179600",
@@ -54,7 +54,7 @@ TEST_F(OceanTest, RecordsAreWrittenWithTheirOwnNames) {
           .output,
       answer(
           place +
-          R"([{"date":1741179600.0,"value":2.0,"series":"Velocity","attributes":{"direction":"45.25"}}],"events":[]})") +
+          R"([{"date":1741179600,"value":2,"series":"Velocity","attributes":{"direction":"45.25"}}],"events":[]})") +
           "\n");
   EXPECT_EQ(run(at(ask("wind-observed"))).output, answer("null") + "\n") << "none in this region";
   EXPECT_EQ(run(at({"ocean", "temperature", "91", "0", "0", "UTC", "x"})).output, answer("null") + "\n");
@@ -80,7 +80,7 @@ TEST_F(OceanTest, ASeriesIsKeptUntilItIsTooOld) {
   const std::string samples =
       file("s.json", R"([{"date":10,"value":1.5,"series":"Wind","attributes":{"gust":"2.0"}},{}])");
   const std::string result =
-      R"([{"date":10.0,"value":1.5,"series":"Wind","attributes":{"gust":"2.0"}},{"date":0.0,"value":0.0,"series":null,"attributes":null}])";
+      R"([{"date":10,"value":1.5,"series":"Wind","attributes":{"gust":"2.0"}},{"date":0,"value":0,"series":null,"attributes":null}])";
   Program shell(at({"shell"}));
   EXPECT_EQ(shell.ask("series save a.json " + samples), answer("null"));
   EXPECT_EQ(shell.ask("series load a.json 5"), answer(result));

@@ -122,6 +122,7 @@ int main(int count, char** arguments) {
   addCurvePairs();
   addWorldDocumentPairs();
   addSearchPairs();
+  addOceanCurrentPairs();
 
   Collector collector;
   benchmark::RunSpecifiedBenchmarks(&collector);

@@ -41,5 +41,6 @@ void addGlobalPairs();
 void addCurvePairs();
 void addWorldDocumentPairs();
 void addSearchPairs();
+void addOceanCurrentPairs();
 
 }  // namespace marlune::bench

@@ -48,8 +48,10 @@ TEST(CurrentPredictionsTest, AnAnswerIsReadStrictlyAndWrittenShortest) {
       file,
       R"([{"Time":"2025-03-05 00:00","Velocity_Major":-1.25,"meanFloodDir":0,"meanEbbDir":20,"Type":"slack"},)"
       R"({"Time":"2025-03-05 00:06","Velocity_Major":0,"meanFloodDir":26,"meanEbbDir":212.5}])");
-  EXPECT_EQ(readFile(file, readers).rows, reading.rows);
-  EXPECT_TRUE(readAnswer(file, readers).error && readFile(answer(good), readers).error);
+  CurrentPredictions again;
+  EXPECT_FALSE(addFile(file, readers, again));
+  EXPECT_EQ(again, reading.rows);
+  EXPECT_TRUE(readAnswer(file, readers).error && addFile(answer(good), readers, again));
   EXPECT_FALSE(readAnswer(answer(""), readers).error);
   const std::string fields[] = {R"("Time":"2025-03-05 00:06")", R"("Velocity_Major":1)",
                                 R"("meanFloodDir":1)", R"("meanEbbDir":1)"};

@@ -25,6 +25,8 @@ using simdjson::dom::object;
 constexpr double fastest = 1e6;  // knots
 constexpr double directionLimit = 1e6;
 constexpr double slackSpeedKnots = 0.05;  // below it a row without a type is a slack
+/// Room is made for so many at once; a list of small things that are no rows must not cost more.
+constexpr std::size_t rowsOfAMonth = 31 * 240;
 
 /// Reads the times of rows, of which many in a row lie in one day.
 class RowTimes {
@@ -105,7 +107,8 @@ bool addRow(element entry, RowTimes& times, CurrentPredictions& rows) {
 /// Adds the rows of a list behind others, or says why not.
 std::optional<std::string> addList(array list, CurrentPredictions& rows) {
   const std::size_t before = rows.size();
-  if (rows.capacity() < before + list.size()) rows.reserve(std::max(before + list.size(), 2 * before));
+  const std::size_t expected = before + std::min(list.size(), rowsOfAMonth);
+  if (rows.capacity() < expected) rows.reserve(std::max(expected, 2 * before));
   RowTimes times;
   std::size_t number = 0;
   for (const element entry : list) {

@@ -26,7 +26,7 @@ constexpr double fastest = 1e6;  // knots
 constexpr double directionLimit = 1e6;
 constexpr double slackSpeedKnots = 0.05;  // below it a row without a type is a slack
 /// Room is made for so many at once; a list of small things that are no rows must not cost more.
-constexpr std::size_t rowsOfAMonth = 31 * 240;
+constexpr std::size_t rowsOfAMonth = 7440;
 
 /// Reads the times of rows, of which many in a row lie in one day.
 class RowTimes {
@@ -35,8 +35,8 @@ class RowTimes {
   bool read(std::string_view text, std::int64_t& instant) {
     constexpr std::size_t datePart = 11;  // with the blank
     if (text.size() == 16 && text.substr(0, datePart) == date_ && text[13] == ':') {
-      const int hour = twoDigits(text[11], text[12]);
-      const int minute = twoDigits(text[14], text[15]);
+      const std::int64_t hour = twoDigits(text[11], text[12]);
+      const std::int64_t minute = twoDigits(text[14], text[15]);
       instant = day_ + hour * 3600 + minute * 60;
       return hour < 24 && minute < 60;
     }

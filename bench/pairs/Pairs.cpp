@@ -124,6 +124,7 @@ int main(int count, char** arguments) {
   addSearchPairs();
   addOceanMarinePairs();
   addOceanObservationPairs();
+  addOceanCurrentPairs();
 
   Collector collector;
   benchmark::RunSpecifiedBenchmarks(&collector);

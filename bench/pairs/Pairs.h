@@ -43,5 +43,6 @@ void addWorldDocumentPairs();
 void addSearchPairs();
 void addOceanMarinePairs();
 void addOceanObservationPairs();
+void addOceanCurrentPairs();
 
 }  // namespace marlune::bench

@@ -33,8 +33,11 @@ inline SpacePoint spacePoint(double lat, double lng) {
 inline std::optional<std::size_t> nearestWithin(SpacePoint from, std::span<const SpacePoint> points,
                                                 double limit) {
   std::optional<std::size_t> best;
-  double bestSquare = std::numeric_limits<double>::max();
-  double bestDistance = std::numeric_limits<double>::max();
+  constexpr double largest = std::numeric_limits<double>::max();
+  // The limit's own, and a little more for what squares and roots round; nothing beyond it needs a root.
+  double bestSquare = limit * limit * (1.0 + 1e-9) + 1e-300;
+  if (!(bestSquare < largest)) bestSquare = largest;
+  double bestDistance = largest;
   for (std::size_t i = 0; i < points.size(); ++i) {
     const double dx = from.x - points[i].x;
     const double dy = from.y - points[i].y;

@@ -37,8 +37,10 @@ struct Reading {
 /// An answer of the service. One row that lacks something spoils it; one without a proper time, or of a speed
 /// that no water has, is only passed over.
 MARLUNE_API Reading readAnswer(std::string_view json, JsonReaders& readers);
-/// The file of a day, the same less what is around the list.
-MARLUNE_API Reading readFile(std::string_view json, JsonReaders& readers);
+/// Adds the rows of the file of a day behind others, in time order among themselves. Such a file is the same
+/// less what is around the list. Says what is wrong with one that adds nothing.
+MARLUNE_API std::optional<std::string> addFile(std::string_view json, JsonReaders& readers,
+                                               CurrentPredictions& rows);
 MARLUNE_API std::string fileOf(const CurrentPrediction* begin, const CurrentPrediction* end);
 
 /// "slack", "flood" or "ebb", or whatever else the row says that it is.

@@ -103,8 +103,9 @@ std::optional<SlackWindow> slackWindow(const CurrentPredictions& points, std::in
     window.begin = ends ? reaching(threshold, *a, *b, *a) : static_cast<double>(a->time);
     if (ends || a->time <= earliest) break;
   }
-  window.begin = std::max(window.begin, static_cast<double>(earliest));
-  window.end = std::min(window.end, static_cast<double>(latest));
+  // A window holds its slack, whatever the arithmetic rounds.
+  window.begin = std::min(std::max(window.begin, static_cast<double>(earliest)), static_cast<double>(at));
+  window.end = std::max(std::min(window.end, static_cast<double>(latest)), static_cast<double>(at));
   return window;
 }
 
@@ -127,10 +128,11 @@ TimeSeries samplesOf(const CurrentPredictions& points) {
       direction = own;
       directionText = numberAttribute(own);
     }
-    samples.push_back(std::make_shared<const TimeSeriesData>(
-        dateFromSeconds(static_cast<double>(t)), velocityAt(a, b, t),
-        TimeSeriesData::Attributes{{std::string(ocean_attributes::direction), directionText}},
-        std::string(ocean_series::velocity)));
+    TimeSeriesData::Attributes attributes;
+    attributes.emplace(ocean_attributes::direction, directionText);
+    samples.push_back(std::make_shared<const TimeSeriesData>(dateFromSeconds(static_cast<double>(t)),
+                                                             velocityAt(a, b, t), std::move(attributes),
+                                                             std::string(ocean_series::velocity)));
   }
 }
 

@@ -3,6 +3,9 @@
 #include <fmt/compile.h>
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <set>
@@ -239,25 +242,23 @@ NOAACurrentsDataProvider::State::Stored NOAACurrentsDataProvider::State::stored(
                                                                                 const DayRange& days) {
   Stored found;
   for (std::int64_t day = days.first; day <= days.last; day += CurrentsPeriod::day) {
+    const std::size_t before = found.points.size();
     const auto bytes = files.read(dayFileName(station, day));
-    const auto reading =
-        bytes ? current_predictions::readFile(*bytes, readers) : current_predictions::Reading();
-    bool isThere = false;
-    for (const auto& row : reading.rows) {
-      if (CurrentsPeriod::dayOf(row.time) != day) continue;
-      found.points.push_back(row);
-      isThere = true;
-    }
-    if (!isThere) found.lackingDays.insert(day);
+    if (bytes) current_predictions::addFile(*bytes, readers, found.points);
+    const auto added = found.points.begin() + static_cast<std::ptrdiff_t>(before);
+    const auto isOther = [day](const CurrentPrediction& row) {
+      return CurrentsPeriod::dayOf(row.time) != day;
+    };
+    found.points.erase(std::remove_if(added, found.points.end(), isOther), found.points.end());
+    if (found.points.size() == before) found.lackingDays.insert(day);
   }
   for (const DayRange& month : monthsOf(days)) {
     const auto bytes = files.read(slackFileName(station, month));
-    const auto reading =
-        bytes ? current_predictions::readAnswer(*bytes, readers) : current_predictions::Reading();
+    auto reading = bytes ? current_predictions::readAnswer(*bytes, readers) : current_predictions::Reading();
     bool isThere = false;
-    for (const auto& row : reading.rows) {
+    for (auto& row : reading.rows) {
       if (!month.holds(row.time)) continue;
-      found.maxSlack.push_back(row);
+      found.maxSlack.push_back(std::move(row));
       isThere = true;
     }
     if (!isThere) found.lackingMonths.insert(month.first);

@@ -3,6 +3,7 @@
 #include <fmt/compile.h>
 #include <fmt/format.h>
 
+#include <chrono>
 #include <cmath>
 
 namespace marlune::ocean_times {
@@ -80,7 +81,11 @@ std::optional<CivilTime> civilMinute(std::string_view text, char separator) {
 
 std::optional<std::int64_t> utcInstant(std::string_view text) {
   const auto civil = civilMinute(text, ' ');
-  return civil ? std::optional(TimeZone().instant(*civil)) : std::nullopt;
+  if (!civil) return std::nullopt;
+  // Without the zone's tables: answers have such times by the thousand.
+  using namespace std::chrono;
+  const auto day = sys_days(year(static_cast<int>(civil->year)) / civil->month / civil->day);
+  return (day + hours(civil->hour) + minutes(civil->minute)).time_since_epoch() / seconds(1);
 }
 
 std::optional<std::int64_t> localInstant(std::string_view text, const TimeZone& zone) {

@@ -81,7 +81,6 @@ Reading read(std::string_view json, JsonReaders& readers) {
     reading.error = root ? "no JSON array" : fmt::format("no JSON document: {}", reader->error());
     return reading;
   }
-  reading.entries.reserve(list.size());
   for (const auto value : list) {
     auto entry = entryOf(value);
     if (!entry) {

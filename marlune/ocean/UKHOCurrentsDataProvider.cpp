@@ -132,7 +132,7 @@ Task<Answer> UKHOCurrentsDataProvider::State::currents(std::shared_ptr<State> st
   const bool isKnown = record != nullptr;
   if (!isKnown) {
     auto asked = askTogether<Answer>(
-        state->requests, key, [state, station, asked = *period] { return load(state, station, asked); });
+        state->requests, key, [state, station, wanted = *period] { return load(state, station, wanted); });
     record = co_await std::move(asked);
     if (!record) co_return nullptr;
   }

@@ -14,7 +14,8 @@ namespace {
 using namespace current_predictions;
 
 constexpr std::int64_t march1 = 1'740'787'200;  // 2025
-constexpr std::int64_t march5 = march1 + 4 * 86'400;
+constexpr std::int64_t aDay = 86'400;
+constexpr std::int64_t march5 = march1 + 4 * aDay;
 constexpr CurrentsPeriod always{-1'000'000'000'000, 1'000'000'000'000};
 
 CurrentPrediction row(std::int64_t time, double velocity, std::optional<std::string> type = std::nullopt) {
@@ -48,8 +49,10 @@ TEST(CurrentPredictionsTest, AnAnswerIsReadStrictlyAndWrittenShortest) {
       file,
       R"([{"Time":"2025-03-05 00:00","Velocity_Major":-1.25,"meanFloodDir":0,"meanEbbDir":20,"Type":"slack"},)"
       R"({"Time":"2025-03-05 00:06","Velocity_Major":0,"meanFloodDir":26,"meanEbbDir":212.5}])");
-  EXPECT_EQ(readFile(file, readers).rows, reading.rows);
-  EXPECT_TRUE(readAnswer(file, readers).error && readFile(answer(good), readers).error);
+  CurrentPredictions again;
+  EXPECT_FALSE(addFile(file, readers, again));
+  EXPECT_EQ(again, reading.rows);
+  EXPECT_TRUE(readAnswer(file, readers).error && addFile(answer(good), readers, again));
   EXPECT_FALSE(readAnswer(answer(""), readers).error);
   const std::string fields[] = {R"("Time":"2025-03-05 00:06")", R"("Velocity_Major":1)",
                                 R"("meanFloodDir":1)", R"("meanEbbDir":1)"};
@@ -59,7 +62,7 @@ TEST(CurrentPredictionsTest, AnAnswerIsReadStrictlyAndWrittenShortest) {
     for (const std::string& instead : {std::string(R"("Bin":"1")"), wrong[i]}) {
       std::string bad = "{" + instead;
       for (std::size_t other = 0; other < 4; ++other) bad += other == i ? "" : "," + fields[other];
-      EXPECT_TRUE(readAnswer(answer(good + "," + bad + "}"), readers).error) << bad;
+      EXPECT_TRUE(readAnswer(answer(fmt::format("{},{}}}", good, bad)), readers).error) << bad;
     }
   }
   for (const char* text :
@@ -109,7 +112,9 @@ TEST(CurrentPredictionsTest, EventsHaveTypesDirectionsAndUnsignedSpeeds) {
 TEST(CurrentPredictionsTest, ASlackWindowLastsWhileTheStreamIsWeak) {
   // Every six minutes a speed that grows by 0.02 knots.
   CurrentPredictions points;
-  for (int i = -100; i <= 100; ++i) points.push_back(row(march5 + i * 360, i * 0.02));
+  for (std::int64_t i = -100; i <= 100; ++i) {
+    points.push_back(row(march5 + i * 360, static_cast<double>(i) * 0.02));
+  }
   const auto halfWidth = [&](std::optional<double> before, std::optional<double> next) {
     CurrentPredictions list;
     if (before) list.push_back(row(march5 - 36'000, *before, "ebb"));
@@ -164,7 +169,7 @@ TEST(CurrentStationTest, AListIsReadWholeOrNotAtAll) {
     for (const std::string instead : {R"("v":0)", R"("bin":1.5)", R"("id":7)"}) {
       std::string bad = good;
       bad.replace(bad.find(field), field.size(), instead);
-      EXPECT_TRUE(CurrentStation::readList("[" + good + "," + bad + "]").error) << bad;
+      EXPECT_TRUE(CurrentStation::readList(fmt::format("[{},{}]", good, bad)).error) << bad;
     }
   }
   const auto lacking =
@@ -260,13 +265,13 @@ TEST_F(NOAACurrentsTest, LackingDaysAreAwaitedAndTheMonthComesBehind) {
   EXPECT_EQ(secondsOf(other->timeSeries[0]->date), march5 + 7200) << "the same days, another period";
   EXPECT_EQ(other->longitude, 0.01);
   provider = std::make_unique<NOAACurrentsDataProvider>(fake.host());
-  EXPECT_EQ(ask(march1, march1 + 30 * 86'400)->timeSeries.size(), 30U * 48U + 1U);
+  EXPECT_EQ(ask(march1, march1 + 30 * aDay)->timeSeries.size(), 30U * 48U + 1U);
   EXPECT_EQ(asked(), 4U) << "all of it lies on the disk";
   ASSERT_TRUE(fake.files->write(fake.container(kGroupContainerName),
                                 fake.container(kGroupContainerName) + "/noaa_currents_SFB1_7_20250306.json",
                                 "[{", FileSystem::Durability::cache));
   script(6, 6);
-  EXPECT_EQ(ask(march5, march5 + 2 * 86'400)->timeSeries.size(), 97U) << "a damaged file is a missing one";
+  EXPECT_EQ(ask(march5, march5 + 2 * aDay)->timeSeries.size(), 97U) << "a damaged file is a missing one";
   EXPECT_EQ(asked(), 5U);
 }
 
@@ -349,8 +354,8 @@ TEST_F(NOAACurrentsTest, EqualQuestionsShareARequestAndItsEndEndsThem) {
 
   fake.http->hold(url("20250404", "20250405", false));
   fake.http->hold(url("20250404", "20250405", true));
-  start(provider->getOceanCurrentData(0, 0, dateFromSeconds(march5 + 30 * 86'400),
-                                      dateFromSeconds(march5 + 31 * 86'400), TimeZone(), "x"),
+  start(provider->getOceanCurrentData(0, 0, dateFromSeconds(march5 + 30 * aDay),
+                                      dateFromSeconds(march5 + 31 * aDay), TimeZone(), "x"),
         [once = completions.once("given up")](const auto& answer) {
           EXPECT_FALSE(answer);
           once();

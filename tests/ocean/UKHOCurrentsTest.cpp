@@ -12,6 +12,8 @@ namespace marlune::testing {
 namespace {
 
 constexpr std::int64_t march5 = 1'741'132'800;  // 2025
+constexpr std::int64_t anHour = 3600;
+constexpr std::int64_t aDay = 24 * anHour;
 constexpr double knots = 1.9438447;
 
 std::string rate(std::int64_t time, double speed) {
@@ -151,14 +153,14 @@ class UKHOCurrentsTest : public HostTest {
 
 TEST_F(UKHOCurrentsTest, ALocalDayIsFetchedKeptAndReadBack) {
   const TimeZone london = *TimeZone::named("Europe/London");
-  constexpr std::int64_t april1 = march5 + 27 * 86'400;  // summer time: local days begin at 23:00
+  constexpr std::int64_t april1 = march5 + 27 * aDay;  // summer time: local days begin at 23:00
   const auto day = [&](std::int64_t noon) {
     return result(provider->getDailyOceanCurrentData(50, -1, dateFromSeconds(static_cast<double>(noon)),
                                                      london, "here"));
   };
   // What the service sends lies in no order, has one rate twice, and reaches a week too far.
-  std::string body = rates(april1 - 3600, april1 + 25 * 3600);
-  body.insert(1, rate(april1 + 7 * 86'400, 3) + "," + rate(april1, 0.25) + ",");
+  std::string body = rates(april1 - 3600, april1 + 25 * anHour);
+  body.insert(1, rate(april1 + 7 * aDay, 3) + "," + rate(april1, 0.25) + ",");
   fake.http->script(url("2025-03-31T23:00:00", 26), answerOf(body));
   const auto first = day(april1 + 43'200);
   ASSERT_TRUE(first);
@@ -171,15 +173,16 @@ TEST_F(UKHOCurrentsTest, ALocalDayIsFetchedKeptAndReadBack) {
             std::pair(std::string("Ocp-Apim-Subscription-Key"), std::string("0123456789abcdef")));
   EXPECT_EQ(request.totalLimit, std::chrono::seconds(60));
   EXPECT_EQ(kept("20250331"), rates(april1 - 3600, april1));
-  EXPECT_EQ(kept("20250402"), rates(april1 + 86'400, april1 + 25 * 3600));
+  EXPECT_EQ(kept("20250402"), rates(april1 + 86'400, april1 + 25 * anHour));
   EXPECT_EQ(kept("20250408"), "none") << "not asked for";
   EXPECT_EQ(day(april1 + 50'000), first);
 
   const std::string whole = kept("20250401");
-  fake.http->script(url("2025-04-01T23:00:00", 26), answerOf(rates(april1 + 23 * 3600, april1 + 49 * 3600)));
+  fake.http->script(url("2025-04-01T23:00:00", 26),
+                    answerOf(rates(april1 + 23 * anHour, april1 + 49 * anHour)));
   EXPECT_EQ(day(april1 + 130'000)->timeSeries.size(), 49U) << "half a file is no day";
   EXPECT_EQ(kept("20250401"), whole) << "the end of a day does not displace the whole";
-  EXPECT_EQ(kept("20250402"), rates(april1 + 86'400, april1 + 2 * 86'400));
+  EXPECT_EQ(kept("20250402"), rates(april1 + 86'400, april1 + 2 * aDay));
   provider = std::make_unique<UKHOCurrentsDataProvider>(fake.host());
   EXPECT_EQ(ask(static_cast<double>(april1), static_cast<double>(april1 + 86'400 + 1800), -1.001)
                 ->timeSeries.size(),

@@ -6,6 +6,7 @@
 
 #include "cli/Table.h"
 #include "cli/Values.h"
+#include "marlune/platform/Text.h"
 
 namespace marlune::cli {
 namespace {
@@ -74,10 +75,13 @@ void writeEvent(JsonWriter& json, const CurrentEvent& event) {
   json.endObject();
 }
 
-std::string attributeOf(const TimeSeriesData& sample, std::string_view name, const std::string& unit) {
+std::string attributeOf(const TimeSeriesData& sample, std::string_view name, int decimals,
+                        const std::string& unit) {
   if (!sample.attributes) return "-";
   const auto found = sample.attributes->find(name);
-  return found == sample.attributes->end() ? "-" : plainText(found->second) + unit;
+  if (found == sample.attributes->end()) return "-";
+  const auto number = decimalNumber(found->second);
+  return number ? fmt::format("{:.{}f}{}", *number, decimals, unit) : plainText(found->second);
 }
 
 /// `unit` is that of the samples whose series says nothing of its own.
@@ -89,8 +93,8 @@ std::string sampleTable(const TimeSeries& samples, const TimeZone& zone, const s
     const std::string own = sample->series == ocean_series::period ? " s" : unit;
     table.add({momentText(zone, wholeSecondsOf(sample->date)),
                sample->series ? plainText(*sample->series) : "-", fmt::format("{:.2f}{}", sample->value, own),
-               attributeOf(*sample, ocean_attributes::direction, "°"),
-               attributeOf(*sample, ocean_attributes::gust, unit)});
+               attributeOf(*sample, ocean_attributes::direction, 0, "°"),
+               attributeOf(*sample, ocean_attributes::gust, 2, unit)});
   }
   return table.text();
 }

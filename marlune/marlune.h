@@ -6,9 +6,9 @@
 ///     auto& provider = marlune::TideDataProvider::Instance();
 
 #include "marlune/composition/Doors.h"
+#include "marlune/geo/NearestLocationFinder.h"
 #include "marlune/global/PelagoraService.h"
 #include "marlune/global/TideEventDiskCache.h"
-#include "marlune/geo/NearestLocationFinder.h"
 #include "marlune/ocean/OceanDataServiceProvider.h"
 #include "marlune/ocean/SeriesDiskCache.h"
 #include "marlune/platform/Host.h"

@@ -30,6 +30,7 @@ NOAAWindDataProvider::~NOAAWindDataProvider() {
   state_->close();
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): tasks take what they are given by value
 Task<Answer> NOAAWindDataProvider::getDailyWindData(double lat, double lng, Date date, TimeZone timezone,
                                                     std::string /*locationId*/) {
   return inOwnChain(State::day(state_, lat, lng, date, timezone));

@@ -171,7 +171,7 @@ Answer NWSWindForecastProvider::State::keepDay(const nws_gridpoint::Wind& wind, 
                    " than a forecast has");
     return nullptr;
   }
-  const Answer record = recordOf(place, std::move(*samples));
+  Answer record = recordOf(place, std::move(*samples));
   dataCacheByKey.store(key, record);
   // A file of none would be passed over when it is read.
   if (!record->timeSeries.empty()) diskCache->save(record->timeSeries, fileName);

@@ -120,15 +120,14 @@ Task<T> ask(const std::shared_ptr<OwnedQueue>& queue, Task<T> question) {
 Task<Answer<WaterTempData>> OceanDataServiceProvider::State::waterTemperature(std::shared_ptr<State> state,
                                                                               Place place, Date date) {
   if (state->region == Region::usa) {
-    auto observed = co_await orNothing(state->taskOf<Answer<WaterTempData>>([&](Sources& sources) {
-      return sources.noaaWaterTemp.getDailyTemperatureData(place.lat, place.lng, date, place.timezone,
-                                                           place.locationId);
+    auto observed = co_await orNothing(state->taskOf<Answer<WaterTempData>>([&](Sources& open) {
+      return open.noaaWaterTemp.getDailyTemperatureData(place.lat, place.lng, date, place.timezone,
+                                                        place.locationId);
     }));
     if (observed && !observed->timeSeries.empty()) co_return observed;
   }
-  co_return co_await orNothing(state->taskOf<Answer<WaterTempData>>([&](Sources& sources) {
-    return sources.service.getDailyTemperatureData(place.lat, place.lng, date, place.timezone,
-                                                   place.locationId);
+  co_return co_await orNothing(state->taskOf<Answer<WaterTempData>>([&](Sources& open) {
+    return open.service.getDailyTemperatureData(place.lat, place.lng, date, place.timezone, place.locationId);
   }));
 }
 
@@ -141,9 +140,9 @@ Task<Answer<WaterTempData>> OceanDataServiceProvider::State::waterTemperatureAt(
 Task<Answer<OceanCurrentData>> OceanDataServiceProvider::State::currents(std::shared_ptr<State> state,
                                                                          Place place, Date from, Date to) {
   if (state->region == Region::other) co_return nullptr;
-  co_return co_await orNothing(state->taskOf<Answer<OceanCurrentData>>([&](Sources& sources) {
-    OceanCurrentDataProvider* source = &sources.noaaCurrents;
-    if (state->region == Region::worldwide) source = &sources.ukhoCurrents;
+  co_return co_await orNothing(state->taskOf<Answer<OceanCurrentData>>([&](Sources& open) {
+    OceanCurrentDataProvider* source = &open.noaaCurrents;
+    if (state->region == Region::worldwide) source = &open.ukhoCurrents;
     return source->getOceanCurrentData(place.lat, place.lng, from, to, place.timezone, place.locationId);
   }));
 }
@@ -151,9 +150,9 @@ Task<Answer<OceanCurrentData>> OceanDataServiceProvider::State::currents(std::sh
 Task<bool> OceanDataServiceProvider::State::coverage(std::shared_ptr<State> state, double lat, double lng,
                                                      std::string locationId) {
   if (state->region == Region::other) co_return false;
-  co_return co_await orNothing(state->taskOf<bool>([&](Sources& sources) {
-    return state->region == Region::usa ? sources.noaaCurrents.hasStation(lat, lng, locationId)
-                                        : sources.ukhoCurrents.hasStation(lat, lng, locationId);
+  co_return co_await orNothing(state->taskOf<bool>([&](Sources& open) {
+    return state->region == Region::usa ? open.noaaCurrents.hasStation(lat, lng, locationId)
+                                        : open.ukhoCurrents.hasStation(lat, lng, locationId);
   }));
 }
 
@@ -188,12 +187,11 @@ Task<Answer<WaterTempData>> OceanDataServiceProvider::getDailyTemperatureData(do
 
 Task<Answer<WaterTempData>> OceanDataServiceProvider::getDailyObservedAirTemperatureData(
     double lat, double lng, Date date, TimeZone timezone, std::string locationId) {
-  auto question = state_->region != Region::usa
-                      ? std::nullopt
-                      : state_->taskOf<Answer<WaterTempData>>([&](Sources& sources) {
-                          return sources.noaaAirTemp.getDailyTemperatureData(lat, lng, date, timezone,
-                                                                             std::move(locationId));
-                        });
+  auto question = state_->region != Region::usa ? std::nullopt
+                                                : state_->taskOf<Answer<WaterTempData>>([&](Sources& open) {
+                                                    return open.noaaAirTemp.getDailyTemperatureData(
+                                                        lat, lng, date, timezone, std::move(locationId));
+                                                  });
   return ask(state_->queue, orNothing(std::move(question)));
 }
 
@@ -202,8 +200,8 @@ Task<Answer<WaterTempData>> OceanDataServiceProvider::getDailyObservedAirTempera
 Task<Answer<SwellData>> OceanDataServiceProvider::getDailySwellData(double lat, double lng, Date date,
                                                                     TimeZone timezone,
                                                                     std::string locationId) {
-  return ask(state_->queue, orNothing(state_->taskOf<Answer<SwellData>>([&](Sources& sources) {
-               return sources.service.getDailySwellData(lat, lng, date, timezone, std::move(locationId));
+  return ask(state_->queue, orNothing(state_->taskOf<Answer<SwellData>>([&](Sources& open) {
+               return open.service.getDailySwellData(lat, lng, date, timezone, std::move(locationId));
              })));
 }
 
@@ -234,8 +232,8 @@ Task<bool> OceanDataServiceProvider::hasCurrentsCoverage(double lat, double lng,
 
 Task<Answer<WindData>> OceanDataServiceProvider::getDailyWindData(double lat, double lng, Date date,
                                                                   TimeZone timezone, std::string locationId) {
-  return ask(state_->queue, orNothing(state_->taskOf<Answer<WindData>>([&](Sources& sources) {
-               return sources.wind->getDailyWindData(lat, lng, date, timezone, std::move(locationId));
+  return ask(state_->queue, orNothing(state_->taskOf<Answer<WindData>>([&](Sources& open) {
+               return open.wind->getDailyWindData(lat, lng, date, timezone, std::move(locationId));
              })));
 }
 
@@ -243,8 +241,8 @@ Task<Answer<WindData>> OceanDataServiceProvider::getDailyObservedWindData(double
                                                                           TimeZone timezone,
                                                                           std::string locationId) {
   auto question =
-      state_->region != Region::usa ? std::nullopt : state_->taskOf<Answer<WindData>>([&](Sources& sources) {
-        return sources.noaaWind.getDailyWindData(lat, lng, date, timezone, std::move(locationId));
+      state_->region != Region::usa ? std::nullopt : state_->taskOf<Answer<WindData>>([&](Sources& open) {
+        return open.noaaWind.getDailyWindData(lat, lng, date, timezone, std::move(locationId));
       });
   return ask(state_->queue, orNothing(std::move(question)));
 }
@@ -253,8 +251,8 @@ Task<Answer<WindData>> OceanDataServiceProvider::getDailyForecastWindData(double
                                                                           TimeZone timezone,
                                                                           std::string locationId) {
   auto question =
-      state_->region != Region::usa ? std::nullopt : state_->taskOf<Answer<WindData>>([&](Sources& sources) {
-        return sources.nwsWind.getDailyWindData(lat, lng, date, timezone, std::move(locationId));
+      state_->region != Region::usa ? std::nullopt : state_->taskOf<Answer<WindData>>([&](Sources& open) {
+        return open.nwsWind.getDailyWindData(lat, lng, date, timezone, std::move(locationId));
       });
   return ask(state_->queue, orNothing(std::move(question)));
 }

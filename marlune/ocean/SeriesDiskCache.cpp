@@ -30,8 +30,8 @@ constexpr std::array<std::string_view, 4> sweptPrefixes = {"noaa_water_temperatu
 /// Seconds since 1970 of a time in nanoseconds.
 double secondsOfModification(const FileIdentity& identity) {
   constexpr std::int64_t second = 1'000'000'000;
-  return static_cast<double>(identity.modified / second) +
-         static_cast<double>(identity.modified % second) * 1e-9;
+  const std::int64_t whole = identity.modified / second;
+  return static_cast<double>(whole) + static_cast<double>(identity.modified % second) * 1e-9;
 }
 
 bool readAttributes(element pairs, std::optional<TimeSeriesData::Attributes>& attributes) {
@@ -129,10 +129,10 @@ void sweep(const Host& host, const std::string& folder) {
   const double oldest = secondsOf(host.clock->now()) - longestKept;
   for (const std::string& name : host.files->list(folder).value_or(std::vector<std::string>())) {
     if (!isSwept(name)) continue;
-    const std::string path = folder + "/" + name;
-    const auto identity = host.files->identity(path);
+    const auto path = pathInside(folder, name);
+    const auto identity = path ? host.files->identity(*path) : std::nullopt;
     if (!identity || !(secondsOfModification(*identity) < oldest)) continue;
-    if (!host.files->remove(path)) host.log->line("Series cache: could not delete " + name);
+    if (!host.files->remove(*path)) host.log->line("Series cache: could not delete " + name);
   }
 }
 

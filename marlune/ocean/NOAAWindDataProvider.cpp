@@ -30,9 +30,9 @@ NOAAWindDataProvider::~NOAAWindDataProvider() {
   state_->close();
 }
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): tasks take what they are given by value
-Task<Answer> NOAAWindDataProvider::getDailyWindData(double lat, double lng, Date date, TimeZone timezone,
-                                                    std::string /*locationId*/) {
+Task<Answer> NOAAWindDataProvider::getDailyWindData(
+    double lat, double lng, Date date, TimeZone timezone,
+    std::string /*locationId*/) {  // NOLINT(performance-unnecessary-value-param)
   return inOwnChain(State::day(state_, lat, lng, date, timezone));
 }
 

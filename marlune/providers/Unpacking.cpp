@@ -95,7 +95,7 @@ std::optional<Bytes> gunzipped(std::string_view packed, std::size_t limit) {
       bytes.resize(std::min(limit, bytes.size() * 2));
     }
   }
-  bytes.resize(filled);
+  bytes.erase(filled);
   return bytes;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <deque>
 #include <iterator>
 #include <limits>
 #include <numbers>
@@ -110,14 +111,15 @@ std::optional<SlackWindow> slackWindow(const CurrentPredictions& points, std::in
 }
 
 TimeSeries samplesOf(const CurrentPredictions& points) {
-  TimeSeries samples;
-  if (points.size() < 2) return samples;
+  if (points.size() < 2) return {};
+  // They lie together, since they come and go together.
+  const auto samples = std::make_shared<std::deque<TimeSeriesData>>();
   double direction = directionOf(points.front());
   std::string directionText = numberAttribute(direction);
   std::size_t next = 1;
   for (std::int64_t t = points.front().time;; t += step) {
     while (next < points.size() && points[next].time <= t) ++next;
-    if (next == points.size()) return samples;
+    if (next == points.size()) break;
     const CurrentPrediction& a = points[next - 1];
     const CurrentPrediction& b = points[next];
     if (!areJoined(a, b)) {
@@ -130,10 +132,13 @@ TimeSeries samplesOf(const CurrentPredictions& points) {
     }
     TimeSeriesData::Attributes attributes;
     attributes.emplace(ocean_attributes::direction, directionText);
-    samples.push_back(std::make_shared<const TimeSeriesData>(dateFromSeconds(static_cast<double>(t)),
-                                                             velocityAt(a, b, t), std::move(attributes),
-                                                             std::string(ocean_series::velocity)));
+    samples->emplace_back(dateFromSeconds(static_cast<double>(t)), velocityAt(a, b, t), std::move(attributes),
+                          std::string(ocean_series::velocity));
   }
+  TimeSeries series;
+  series.reserve(samples->size());
+  for (const TimeSeriesData& sample : *samples) series.emplace_back(samples, &sample);
+  return series;
 }
 
 Events eventsOf(const CurrentPredictions& maxSlack, const CurrentPredictions& points,

@@ -1,6 +1,5 @@
 #include "marlune/geo/Location.h"
 
-#include <cstdlib>
 #include <utility>
 
 #include "marlune/platform/JsonReader.h"
@@ -11,12 +10,6 @@ namespace {
 
 using simdjson::dom::element;
 using simdjson::dom::object;
-
-double axis(const Location& location, std::string_view name) {
-  const auto found = location.coord.find(name);
-  if (found == location.coord.end()) std::abort();  // published: such data stop the process
-  return found->second;
-}
 
 std::optional<double> numberOf(object members, std::string_view key) {
   element value;
@@ -54,7 +47,7 @@ std::shared_ptr<Location> locationOf(element value) {
 }  // namespace
 
 SpacePoint Location::point() const {
-  return {axis(*this, "x"), axis(*this, "y"), axis(*this, "z")};
+  return pointOf(coord, id);
 }
 
 Location::Reading Location::readList(std::string_view json) {

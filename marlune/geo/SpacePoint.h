@@ -2,10 +2,16 @@
 
 #include <cmath>
 #include <cstddef>
+#include <functional>
 #include <limits>
+#include <map>
 #include <numbers>
 #include <optional>
 #include <span>
+#include <string>
+#include <string_view>
+
+#include "marlune/platform/Export.h"
 
 namespace marlune {
 
@@ -26,6 +32,11 @@ inline SpacePoint spacePoint(double lat, double lng) {
   return {radius * std::cos(phi) * std::cos(lambda), radius * std::cos(phi) * std::sin(lambda),
           radius * std::sin(phi)};
 }
+
+/// The point of a station's "x", "y" and "z". Where one is missing the station's data are at fault, which
+/// stops the process; why goes to standard error.
+MARLUNE_API SpacePoint pointOf(const std::map<std::string, double, std::less<>>& coord,
+                               std::string_view stationId);
 
 /// Index of the point with the shortest straight line (chord) to `from`, of those within `limit` kilometres,
 /// the limit included; of equal ones the first. Nothing when there is none, and for a `from` that is no

@@ -1,6 +1,5 @@
 #include "marlune/ocean/CurrentStation.h"
 
-#include <cstdlib>
 #include <utility>
 
 #include "marlune/platform/JsonReader.h"
@@ -73,16 +72,10 @@ std::shared_ptr<const CurrentStation> stationOf(element value) {
   return reader.complete() ? station : nullptr;
 }
 
-double axis(const CurrentStation& station, std::string_view name) {
-  const auto found = station.coord.find(name);
-  if (found == station.coord.end()) std::abort();  // published: such data stop the process
-  return found->second;
-}
-
 }  // namespace
 
 SpacePoint CurrentStation::point() const {
-  return {axis(*this, "x"), axis(*this, "y"), axis(*this, "z")};
+  return pointOf(coord, id);
 }
 
 CurrentStation::Reading CurrentStation::readList(std::string_view json) {

@@ -15,7 +15,7 @@ namespace marlune {
 /// they lie in.
 struct CurrentsPeriod {
   static constexpr std::int64_t day = 86'400;
-  static constexpr std::int64_t longest = 62 * day;
+  static constexpr std::int64_t longest = 366 * day;
 
   std::int64_t from = 0;
   std::int64_t to = 0;
@@ -31,7 +31,7 @@ struct CurrentsPeriod {
     return instant - (within < 0 ? within + day : within);
   }
 
-  /// Nothing for a question that is none: ends the wrong way round, more than 62 days, an end that is no
+  /// Nothing for a question that is none: ends the wrong way round, more than 366 days, an end that is no
   /// instant of the years 1 to 9999.
   static std::optional<CurrentsPeriod> of(Date from, Date to) {
     if (!ocean_times::dayOf(from, TimeZone()) || !ocean_times::dayOf(to, TimeZone())) return std::nullopt;

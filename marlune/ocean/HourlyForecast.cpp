@@ -56,6 +56,7 @@ std::optional<std::vector<double>> columnOf(array values, std::size_t count) {
       if (!value.is_null()) return std::nullopt;
       column[index] = none;
     }
+    column[index] += 0.0;  // takes the sign off a zero
     ++index;
   }
   return column;

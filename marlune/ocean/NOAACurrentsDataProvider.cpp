@@ -199,14 +199,15 @@ Task<bool> NOAACurrentsDataProvider::State::hasStation(std::shared_ptr<State> st
 Task<Answer> NOAACurrentsDataProvider::State::currents(std::shared_ptr<State> state, double lat, double lng,
                                                        Date from, Date to, std::string locationId) {
   co_await resumeOn(state->queue);
-  const auto period = CurrentsPeriod::of(from, to);
-  if (!ocean::isPlace(lat, lng) || !period) co_return nullptr;
+  if (!ocean::isPlace(lat, lng)) co_return nullptr;
   const Station station = state->stations.find(locationId, lat, lng);
   if (!station) {
     state->host.log->line(fmt::format("NOAA Currents: No station found within 50km of {}, {}",
                                       shortestDecimal(lat), shortestDecimal(lng)));
     co_return nullptr;
   }
+  const auto period = CurrentsPeriod::of(from, to);
+  if (!period) co_return nullptr;
   // Questions about the same days share what they give, from which each is answered with its own period.
   const DayRange days{period->firstDay(), period->lastDay()};
   const std::string key = fmt::format(FMT_COMPILE("{},{},{}-{}"), station->id, station->bin,

@@ -13,7 +13,7 @@ namespace marlune {
 /// Tidal currents in waters of the United States, as the national service predicts them for the nearest
 /// station within 50 km: a sample each half hour, and the slacks, floods and ebbs. The predictions are kept
 /// as files in the shared container. Who asks waits for the days that are not there yet, in UTC; the rest of
-/// their month is fetched behind the caller's back. Periods of more than 62 days are answered with nothing.
+/// their month is fetched behind the caller's back. Periods of more than 366 days are answered with nothing.
 ///
 /// Safe from any thread. May be destroyed at any moment: requests are given up, and every task of a caller
 /// has gone on, with nothing, when the destructor returns.

@@ -51,7 +51,7 @@ bool readRow(element row, Kind kind, TimeSeries& samples) {
   addNumber(attributes, ocean_attributes::direction, direction);
   addNumber(attributes, ocean_attributes::gust, gust);
   samples.push_back(std::make_shared<const TimeSeriesData>(
-      dateFromSeconds(static_cast<double>(*instant)), *number, std::move(attributes),
+      dateFromSeconds(static_cast<double>(*instant)), *number + 0.0, std::move(attributes),  // no "-0"
       isWind ? std::optional<std::string>(ocean_series::wind) : std::nullopt));
   return true;
 }

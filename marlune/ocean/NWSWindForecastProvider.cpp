@@ -148,7 +148,8 @@ Task<std::string> NWSWindForecastProvider::State::askPoints(std::shared_ptr<Stat
 }
 
 Task<GridWind> NWSWindForecastProvider::State::askGrid(std::shared_ptr<State> state, std::string gridURL) {
-  const HttpAnswer answer = co_await ocean::fetch(state->fetcher, gridURL, state->headers);
+  const HttpAnswer answer =
+      co_await ocean::fetch(state->fetcher, gridURL, state->headers, HttpFetcher::Address::given);
   if (answer.error.empty() && answer.status != 200) {
     state->host.log->line(fmt::format("NWS Wind: HTTP {} for {}", answer.status, gridURL));
     co_return nullptr;

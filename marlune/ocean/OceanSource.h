@@ -81,12 +81,14 @@ bool isPlace(double lat, double lng);
 std::string baseAddress(const DeploymentSettings& settings, const std::string& ofDeployment,
                         std::string_view builtIn);
 
-/// Does an address name a host to be asked by http or https?
+/// Can an address be asked by http or https: does it name a host, perhaps with a port, and nothing else
+/// before its path?
 bool isHttpAddress(std::string_view address);
 
-/// Asks a published address. No larger body than that of sixteen megabytes is taken.
-Task<HttpAnswer> fetch(std::shared_ptr<HttpFetcher> fetcher, std::string publishedUrl,
-                       std::vector<std::pair<std::string, std::string>> headers = {});
+/// Asks an address. No larger body than that of sixteen megabytes is taken.
+Task<HttpAnswer> fetch(std::shared_ptr<HttpFetcher> fetcher, std::string url,
+                       std::vector<std::pair<std::string, std::string>> headers = {},
+                       HttpFetcher::Address address = HttpFetcher::Address::published);
 
 /// What went wrong with an answer, for people; empty when it is one of status 200.
 std::string failureOf(const HttpAnswer& answer);

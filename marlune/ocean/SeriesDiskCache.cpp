@@ -97,6 +97,8 @@ std::optional<std::string> documentOf(const TimeSeries& samples) {
     if (!std::isfinite(date) || !std::isfinite(sample->value)) return std::nullopt;
     fmt::format_to(std::back_inserter(text), FMT_COMPILE("{}{{\"t\":{},\"v\":{}"), text.size() > 1 ? "," : "",
                    date, sample->value);
+    // Without a fraction it would read back as the whole number, which has no sign.
+    if (sample->value == 0.0 && std::signbit(sample->value)) text += ".0";
     if (sample->attributes && !sample->attributes->empty()) {
       text += ",\"a\":{";
       bool first = true;
@@ -118,6 +120,11 @@ std::optional<std::string> documentOf(const TimeSeries& samples) {
   }
   text += ']';
   return text;
+}
+
+/// Series lie directly in the container.
+std::optional<std::string> pathOf(const std::optional<std::string>& folder, std::string_view name) {
+  return name.find('/') == std::string_view::npos ? pathInside(folder, name) : std::nullopt;
 }
 
 bool isSwept(std::string_view name) {
@@ -146,7 +153,7 @@ SeriesDiskCache::~SeriesDiskCache() {
 
 std::optional<TimeSeries> SeriesDiskCache::load(std::string_view name, std::optional<double> maxAge) const {
   std::call_once(sweepStarted_, [this] { startSweep(); });
-  const auto path = pathInside(host_.folders->container(kGroupContainerName), name);
+  const auto path = pathOf(host_.folders->container(kGroupContainerName), name);
   if (!path) return std::nullopt;
   const auto reader = readers_.take();
   std::array<char, 8192> room;  // a day's series fits
@@ -162,7 +169,7 @@ std::optional<TimeSeries> SeriesDiskCache::load(std::string_view name, std::opti
 
 void SeriesDiskCache::save(const TimeSeries& samples, std::string_view name) const {
   const auto folder = host_.folders->container(kGroupContainerName);
-  const auto path = pathInside(folder, name);
+  const auto path = pathOf(folder, name);
   const auto document = documentOf(samples);
   if (!path) {
     host_.log->line(fmt::format("Series cache: there is no folder for {}", name));

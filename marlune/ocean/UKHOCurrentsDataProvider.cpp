@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdint>
 #include <optional>
 #include <string_view>
@@ -30,6 +31,7 @@ constexpr std::string_view streamsPath = "/uktidalapi-premium/api/V2/Streams";
 constexpr std::string_view stationFile = "stream_stations_uk.json";
 constexpr std::chrono::seconds timeOut{60};
 constexpr std::int64_t hour = 3600;
+constexpr std::int64_t interval = 1800;  // seconds between rates
 
 UKHOStreamStation::List loadStations(const Host& host) {
   const auto bytes = host.resources->read(stationFile);
@@ -53,23 +55,30 @@ Entries entriesWithin(const CurrentsPeriod& period, Entries entries) {
   return entries;
 }
 
-/// Whole days hold what the service may send beyond the period.
-CurrentsPeriod daysOf(const CurrentsPeriod& period, std::int64_t hours) {
-  const CurrentsPeriod asked{period.from, std::max(period.to, period.from + hours * hour)};
-  return {asked.firstDay(), asked.lastDay() + CurrentsPeriod::day - 1};
-}
+/// What the service is asked for: whole hours from a whole second on.
+struct Request {
+  std::int64_t start = 0;
+  std::int64_t hours = 0;
 
-std::int64_t hoursOf(const CurrentsPeriod& period) {
-  return std::max<std::int64_t>(24, (period.to - period.from) / hour + 2);
-}
+  static Request of(Date from, Date to) {
+    const double whole = std::floor((secondsOf(to) - secondsOf(from)) / hour);
+    return {static_cast<std::int64_t>(std::floor(secondsOf(from))),
+            std::max<std::int64_t>(24, static_cast<std::int64_t>(whole) + 2)};
+  }
+  /// The whole days that the answer may have rates of.
+  CurrentsPeriod days(const CurrentsPeriod& period) const {
+    const CurrentsPeriod asked{start, std::max(period.to, start + hours * hour)};
+    return {asked.firstDay(), asked.lastDay() + CurrentsPeriod::day - 1};
+  }
+};
 
-/// Do the entries of a day, in order, reach over what a period has of it? Rates come each half hour; a file
-/// may hold the end or the beginning of a day only.
+/// Do the entries of a day, in order, reach over what a period has of it, or may some be missing at an end? A
+/// file may hold the end or the beginning of a day only.
 bool reachOver(const Entries& entries, std::int64_t day, const CurrentsPeriod& period) {
   if (entries.empty()) return false;
   const std::int64_t begin = std::max(period.from, day);
-  const std::int64_t end = std::min(period.to, day + CurrentsPeriod::day);
-  return entries.front().instant() <= begin + hour && entries.back().instant() >= end - hour;
+  const std::int64_t end = std::min(period.to, day + CurrentsPeriod::day - 1);
+  return entries.front().instant() < begin + interval && entries.back().instant() > end - interval;
 }
 
 }  // namespace
@@ -89,9 +98,9 @@ struct UKHOCurrentsDataProvider::State : OceanSource {
   static Task<Answer> day(std::shared_ptr<State> state, double lat, double lng, Date date, TimeZone timezone,
                           std::string locationId);
   /// The record of a period, with the station's own place.
-  static Task<Answer> load(std::shared_ptr<State> state, Station station, CurrentsPeriod period);
-  static Task<std::optional<Entries>> fetch(std::shared_ptr<State> state, Station station, std::int64_t from,
-                                            std::int64_t hours);
+  static Task<Answer> load(std::shared_ptr<State> state, Station station, CurrentsPeriod period,
+                           Request asked);
+  static Task<std::optional<Entries>> fetch(std::shared_ptr<State> state, Station station, Request asked);
 
   Entries storedDay(const UKHOStreamStation& station, std::int64_t day);
   std::optional<Entries> stored(const UKHOStreamStation& station, const CurrentsPeriod& period);
@@ -131,8 +140,10 @@ Task<Answer> UKHOCurrentsDataProvider::State::currents(std::shared_ptr<State> st
   if (const auto* known = state->processedCacheByKey.find(key)) record = *known;
   const bool isKnown = record != nullptr;
   if (!isKnown) {
-    auto asked = askTogether<Answer>(
-        state->requests, key, [state, station, wanted = *period] { return load(state, station, wanted); });
+    auto asked = askTogether<Answer>(state->requests, key,
+                                     [state, station, wanted = *period, request = Request::of(from, to)] {
+                                       return load(state, station, wanted, request);
+                                     });
     record = co_await std::move(asked);
     if (!record) co_return nullptr;
   }
@@ -144,28 +155,26 @@ Task<Answer> UKHOCurrentsDataProvider::State::currents(std::shared_ptr<State> st
 }
 
 Task<Answer> UKHOCurrentsDataProvider::State::load(std::shared_ptr<State> state, Station station,
-                                                   CurrentsPeriod period) {
+                                                   CurrentsPeriod period, Request asked) {
   auto entries = state->stored(*station, period);
   if (!entries) {
-    const std::int64_t hours = hoursOf(period);
-    entries = co_await fetch(state, station, period.from, hours);
+    entries = co_await fetch(state, station, asked);
     if (!entries) co_return nullptr;
-    entries = entriesWithin(daysOf(period, hours), std::move(*entries));
+    entries = entriesWithin(asked.days(period), std::move(*entries));
     state->store(*station, *entries);
   }
   co_return stream_rates::currentsOf(entriesWithin(period, std::move(*entries)), station->lat, station->lng);
 }
 
 Task<std::optional<Entries>> UKHOCurrentsDataProvider::State::fetch(std::shared_ptr<State> state,
-                                                                    Station station, std::int64_t from,
-                                                                    std::int64_t hours) {
-  const CivilTime civil = TimeZone().civil(from);
+                                                                    Station station, Request asked) {
+  const CivilTime civil = TimeZone().civil(asked.start);
   HttpRequest request;
   request.url = fmt::format(
       FMT_COMPILE(
           "{}/{}/TidalStreamRates?dateTime={:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z&duration={}&interval=30"),
       state->baseURL, station->id, civil.year, civil.month, civil.day, civil.hour, civil.minute, civil.second,
-      hours);
+      asked.hours);
   request.headers = {{"Ocp-Apim-Subscription-Key", state->host.settings.admiraltySubscriptionKey}};
   request.silenceLimit = request.totalLimit = timeOut;
   HttpAnswer answer;

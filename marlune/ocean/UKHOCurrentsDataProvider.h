@@ -12,7 +12,7 @@ namespace marlune {
 
 /// Tidal streams around the United Kingdom, from the Admiralty's rates for the nearest station within 50 km:
 /// the speeds each half hour, the slacks, and the greatest speeds between them, all called floods. The rates
-/// are kept as files in the shared container, a day in UTC each. Periods of more than 62 days are answered
+/// are kept as files in the shared container, a day in UTC each. Periods of more than 366 days are answered
 /// with nothing.
 ///
 /// Threads and end as for NOAACurrentsDataProvider.

@@ -2,17 +2,17 @@
 
 namespace marlune {
 
-std::string encodedAddress(std::string_view published) {
-  constexpr std::string_view encoded = "#%\"'<>`\\^{|}";
+namespace {
+
+std::string encoded(std::string_view text, std::string_view breaking, bool plusBreaksQuery) {
   constexpr std::string_view digits = "0123456789ABCDEF";
   std::string address;
-  address.reserve(published.size() + 16);
+  address.reserve(text.size() + 16);
   bool inQuery = false;
-  for (const char character : published) {
+  for (const char character : text) {
     const auto byte = static_cast<unsigned char>(character);
-    // A plus stands for a blank in a query, and for itself anywhere else.
-    const bool breaks = byte <= 0x20 || byte >= 0x7f || encoded.find(character) != std::string_view::npos ||
-                        (character == '+' && inQuery);
+    const bool breaks = byte <= 0x20 || byte >= 0x7f || breaking.find(character) != std::string_view::npos ||
+                        (character == '+' && inQuery && plusBreaksQuery);
     if (breaks) {
       address += '%';
       address += digits[byte >> 4U];
@@ -23,6 +23,17 @@ std::string encodedAddress(std::string_view published) {
     if (character == '?') inQuery = true;
   }
   return address;
+}
+
+}  // namespace
+
+std::string encodedAddress(std::string_view published) {
+  // A plus stands for a blank in a query, and for itself anywhere else.
+  return encoded(published, "#%\"'<>`\\^{|}", true);
+}
+
+std::string encodedGivenAddress(std::string_view given) {
+  return encoded(given.substr(0, given.find('#')), "\"<>`\\^{|}", false);
 }
 
 }  // namespace marlune

@@ -61,4 +61,9 @@ class MARLUNE_API HttpClient {
 /// percent-encoded; everything else, `/`, `:` and `,` among it, stays as it stands.
 MARLUNE_API std::string encodedAddress(std::string_view published);
 
+/// An address that an answer gave, as it travels: it is encoded already where it needs to be, so only what
+/// would break it (blanks, control and non-ASCII bytes, `"`, `<`, `>`, `` ` ``, `\`, `^`, `{`, `|`, `}`) is
+/// percent-encoded, and a fragment, which never travels, goes.
+MARLUNE_API std::string encodedGivenAddress(std::string_view given);
+
 }  // namespace marlune

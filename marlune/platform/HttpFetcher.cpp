@@ -9,16 +9,17 @@ namespace marlune {
 
 namespace {
 
-HttpRequest plainRequest(const std::string& publishedUrl) {
+HttpRequest plainRequest(const std::string& url) {
   HttpRequest request;
-  request.url = publishedUrl;
+  request.url = url;
   return request;
 }
 
-Task<HttpAnswer> answerOf(std::shared_ptr<HttpFetcher> fetcher, HttpRequest request) {
+Task<HttpAnswer> answerOf(std::shared_ptr<HttpFetcher> fetcher, HttpRequest request,
+                          HttpFetcher::Address address) {
   auto answer = completionOf<HttpAnswer>(
-      [fetcher, asked = std::move(request)](HttpFetcher::AnswerCompletion done) mutable {
-        fetcher->fetchAnswer(std::move(asked), std::move(done));
+      [fetcher, asked = std::move(request), address](HttpFetcher::AnswerCompletion done) mutable {
+        fetcher->fetchAnswer(std::move(asked), std::move(done), address);
       });
   co_return co_await answer;
 }
@@ -36,7 +37,6 @@ bool HttpFetcher::begin(HttpRequest request, HttpClient::Completion done) {
     number = ++lastNumber_;
     underWay_.emplace(number, nullptr);
   }
-  request.url = encodedAddress(request.url);
   auto transfer = client_->send(std::move(request), [self = shared_from_this(), number,
                                                      finish = std::move(done)](HttpAnswer answer) mutable {
     finish(std::move(answer));
@@ -65,7 +65,7 @@ Data HttpFetcher::fetchAndWait(const std::string& publishedUrl) {
     Data data;
   };
   const auto waiting = std::make_shared<Waiting>();
-  const bool started = begin(plainRequest(publishedUrl), [waiting](HttpAnswer answer) {
+  const bool started = begin(plainRequest(encodedAddress(publishedUrl)), [waiting](HttpAnswer answer) {
     const std::lock_guard lock(waiting->mutex);
     waiting->data = std::move(answer.body);
     waiting->done = true;
@@ -82,7 +82,7 @@ void HttpFetcher::fetch(const std::string& publishedUrl, Completion completion) 
                                               HttpAnswer answer) mutable { done(std::move(answer.body)); });
 }
 
-void HttpFetcher::fetchAnswer(HttpRequest request, AnswerCompletion completion) {
+void HttpFetcher::fetchAnswer(HttpRequest request, AnswerCompletion completion, Address address) {
   // The completion may come, and let the owner go, before this call is over.
   const auto self = shared_from_this();
   using Once = OnceCompletion<HttpAnswer>;
@@ -94,6 +94,7 @@ void HttpFetcher::fetchAnswer(HttpRequest request, AnswerCompletion completion) 
   const auto queue = callbacks_;
   lock.unlock();
   if (queue == nullptr) return;
+  request.url = address == Address::given ? encodedGivenAddress(request.url) : encodedAddress(request.url);
   // The client's thread must not be held up by what a completion does.
   begin(std::move(request), [queue, waiting = std::move(once)](HttpAnswer answer) mutable {
     queue->post(
@@ -101,8 +102,8 @@ void HttpFetcher::fetchAnswer(HttpRequest request, AnswerCompletion completion) 
   });
 }
 
-Task<HttpAnswer> HttpFetcher::fetchAnswer(HttpRequest request) {
-  return answerOf(shared_from_this(), std::move(request));
+Task<HttpAnswer> HttpFetcher::fetchAnswer(HttpRequest request, Address address) {
+  return answerOf(shared_from_this(), std::move(request), address);
 }
 
 void HttpFetcher::stop() {

@@ -26,6 +26,9 @@ class MARLUNE_API HttpFetcher : public std::enable_shared_from_this<HttpFetcher>
   using Completion = UniqueFunction<void(Data)>;
   using AnswerCompletion = UniqueFunction<void(HttpAnswer)>;
 
+  /// Where an address comes from, which decides how it is encoded: see HttpClient.h.
+  enum class Address { published, given };
+
   HttpFetcher(std::shared_ptr<HttpClient> client, std::shared_ptr<Executor> callbacks);
 
   /// The bytes at a published address; an empty pointer when no whole answer came. Waits: not for the main
@@ -35,12 +38,11 @@ class MARLUNE_API HttpFetcher : public std::enable_shared_from_this<HttpFetcher>
   /// The same without waiting.
   void fetch(const std::string& publishedUrl, Completion completion);
 
-  /// The whole answer, for who looks at its status. The request's address is a published one; its limits and
-  /// headers count. The completion is called as for fetch(); where the request is given up, the answer has an
-  /// error.
-  void fetchAnswer(HttpRequest request, AnswerCompletion completion);
+  /// The whole answer, for who looks at its status. The request's limits and headers count. The completion is
+  /// called as for fetch(); where the request is given up, the answer has an error.
+  void fetchAnswer(HttpRequest request, AnswerCompletion completion, Address address = Address::published);
   /// The same as a task, which goes on where the completion would be called.
-  Task<HttpAnswer> fetchAnswer(HttpRequest request);
+  Task<HttpAnswer> fetchAnswer(HttpRequest request, Address address = Address::published);
 
   /// Cancels what is under way, refuses what comes and lets go of the callback executor; every completion
   /// has been called when it returns, save one that called this itself.

@@ -107,10 +107,15 @@ TEST(OceanRecordsTest, TheOldestEntryOfAFullCacheGoes) {
 }
 
 TEST(OceanRecordsTest, OnlyHttpIsAskedAndThePlacesOfTheEarth) {
-  for (const char* address : {"http://a", "https://a.b:80/c", "http://[::1]:80/"})
+  for (const char* address :
+       {"http://a", "https://a.b:80/c", "http://[::1]:80/", "HTTP://127.0.0.1:1?q", "http://h#f"}) {
     EXPECT_TRUE(ocean::isHttpAddress(address)) << address;
-  for (const char* address : {"", "http://", "http:///x", "ftp://a", "file:///etc", "javascript:1", "//a"})
+  }
+  for (const char* address : {"", "http://", "http:///x", "ftp://a", "file:///etc", "javascript:1", "//a",
+                              "http://a b/", "http://[::1/x", "http://h:99999/", "http://h:x/", "http://h:/",
+                              "http://:80/", "http://u@h/", "http://[::1]x/"}) {
     EXPECT_FALSE(ocean::isHttpAddress(address)) << address;
+  }
   EXPECT_TRUE(ocean::isPlace(-90, 1000));
   for (const double bad : {90.1, std::nan(""), HUGE_VAL}) EXPECT_FALSE(ocean::isPlace(bad, 0)) << bad;
   EXPECT_FALSE(ocean::isPlace(0, std::nan("")));

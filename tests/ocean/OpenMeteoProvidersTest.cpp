@@ -170,7 +170,7 @@ TEST_F(OpenMeteoProvidersTest, WhatIsMissingIsNoSample) {
   EXPECT_EQ(textOf(swell(midnight)->timeSeries),
             "Period 5 direction=8.0; Height 1; Height 3.5 direction=7.0; Period 4 direction=7.0");
   EXPECT_FALSE(swell(midnight)->timeSeries[1]->attributes) << "absent, not empty";
-  EXPECT_EQ(textOf(temperatures(midnight)->timeSeries), "- -0");
+  EXPECT_EQ(textOf(temperatures(midnight)->timeSeries), "- 0");
   EXPECT_EQ(textOf(currents(midnight, midnight + day - 1)->timeSeries),
             "Velocity 2 direction=0.0; Velocity 3");
   scriptMarine(marineAnswer(hoursFrom(6, 1), ""));

@@ -193,7 +193,7 @@ TEST_F(UKHOCurrentsTest, ALocalDayIsFetchedKeptAndReadBack) {
 }
 
 TEST_F(UKHOCurrentsTest, WhatFailsIsNothingAndAskedAgain) {
-  const auto six = url("2025-03-05T00:00:07", 24);
+  const auto six = url("2025-03-05T00:00:06", 24);  // whole seconds, and hours of the period as it was asked
   expectLog("UKHO Currents: HTTP 401 for station SN1");
   expectLog("UKHO Currents fetch error: unreachable");
   expectLog("UKHO Currents fetch error: no JSON array");
@@ -203,15 +203,17 @@ TEST_F(UKHOCurrentsTest, WhatFailsIsNothingAndAskedAgain) {
     EXPECT_FALSE(ask(march5 + 6.5, march5 + 21'600));
   }
   EXPECT_EQ(asked(), 5U);
+  fake.http->script(url("2025-03-05T00:00:00", 32), answerOf("[]"));
+  EXPECT_FALSE(ask(march5 + 0.5, march5 + 0.5 + 30 * 3600.0)) << "thirty hours and two";
   fake.http->script(six, answerOf(rates(march5, march5 + 86'400)));
   EXPECT_EQ(ask(march5 + 6.5, march5 + 21'600)->timeSeries.size(), 12U);
   for (const auto& line : fake.log->lines()) EXPECT_EQ(line.find("0123456789abcdef"), std::string::npos);
   for (const auto& [from, to] : {std::pair<double, double>(march5, march5 - 1),
-                                 {march5, march5 + 63 * 86'400.0},
+                                 {march5, march5 + 367 * 86'400.0},
                                  {march5, HUGE_VAL}}) {
     EXPECT_FALSE(ask(from, to));
   }
-  EXPECT_EQ(asked(), 6U);
+  EXPECT_EQ(asked(), 7U);
 }
 
 TEST_F(UKHOCurrentsTest, EqualQuestionsShareARequestAndItsEndEndsThem) {

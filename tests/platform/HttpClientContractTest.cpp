@@ -341,6 +341,8 @@ TEST(EncodedAddressTest, encodesWhatWouldBreakOrChangeAnAddress) {
       {"http://h/M\xc3\xbcnchen\x01", "http://h/M%C3%BCnchen%01"},
   };
   for (const auto& [published, travels] : cases) EXPECT_EQ(encodedAddress(published), travels);
+  EXPECT_EQ(encodedGivenAddress("http://h/%2F+1,2?q=a+b%20 \"\xc3\xbc#part"),
+            "http://h/%2F+1,2?q=a+b%20%20%22%C3%BC");
 }
 
 }  // namespace

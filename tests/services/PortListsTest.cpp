@@ -2,27 +2,20 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <fstream>
 #include <set>
 #include <string>
 
 #include "services/Harmonics.h"
 #include "services/RegionalPorts.h"
-#include "support/TemporaryFolder.h"
+#include "services/ResourceFiles.h"
 
 namespace marlune::services {
 namespace {
 
 constexpr PortList kLists[] = {PortList::bureau, PortList::admiralty};
 
-std::string fileText(const std::string& file) {
-  std::ifstream in(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
 std::string shipped(PortList list) {
-  return std::string(MARLUNE_SOURCE_RESOURCES) + "/" + std::string(portsFileName(list));
+  return resourceFile(portsFileName(list));
 }
 
 std::string collection(const std::string& features) {
@@ -65,11 +58,9 @@ TEST(PortLists, leavesOutWhatMakesNoPort) {
     const char* problem;
   } cases[] = {
       {PortList::bureau, "17", "is no feature"},
-      {PortList::bureau, R"({"type":"Feature","properties":[]})", "has no code"},
       {PortList::bureau, bureauFeature(R"("AAC":"../x",)"), "has no code"},
       {PortList::bureau, bureauFeature(R"("PORT_NAME":"  ",)"), "has no name"},
       {PortList::bureau, bureauFeature(R"("TIME_ZONE":"/etc/localtime",)"), "unknown zone"},
-      {PortList::bureau, bureauFeature(R"("LAT":"south",)"), "has no place"},
       {PortList::bureau, bureauFeature(R"("LAT":-90.5,)"), "nowhere on earth"},
       {PortList::bureau, bureauFeature(R"("AVAIL_FLAG":"N",)"), "no predictions"},
       {PortList::bureau, bureauFeature(R"("TYPE":"CURRENT",)"), "no tide port"},
@@ -95,20 +86,12 @@ TEST(PortLists, theShippedFilesAreWhatTheToolWritesOfUsablePorts) {
     EXPECT_TRUE(read.error.empty() && read.problems.empty());
     EXPECT_TRUE(portsDocument(list, read.ports) == text) << "run tools/make-regional-stations on it";
     EXPECT_GE(read.ports.size(), 60U);
-    for (const Port& port : read.ports) {
-      const bool inPlace =
-          list == PortList::bureau
-              ? port.latitude > -44 && port.latitude < -10 && port.longitude > 105 && port.longitude < 168
-              : port.latitude > 49 && port.latitude < 61 && port.longitude > -11 && port.longitude < 2;
-      EXPECT_TRUE(inPlace) << port.id;
-    }
   }
 }
 
 TEST(PortLists, theShippedPortsHaveTides) {
   const auto database = std::shared_ptr<const HarmonicDatabase>(&harmonics(), [](const void*) {});
-  const auto world = std::make_shared<const WorldTable>(
-      std::string(MARLUNE_SOURCE_RESOURCES) + "/" + std::string(WorldStations::kFileName), database);
+  const auto world = std::make_shared<const WorldTable>(resourceFile(WorldStations::kFileName), database);
   const RegionalPorts ports(MARLUNE_SOURCE_RESOURCES, world);
   std::set<std::string> without;
   for (const PortList list : kLists)
@@ -116,49 +99,7 @@ TEST(PortLists, theShippedPortsHaveTides) {
       if (!ports.tides(*ports.find(list, port.id), 0, 1)) without.insert(port.name);
   EXPECT_TRUE(without.empty()) << *without.begin();
 
-  const Port* lorne = ports.find(PortList::bureau, defaultPort(PortList::bureau));
-  const Port* brighton = ports.find(PortList::admiralty, defaultPort(PortList::admiralty));
-  ASSERT_TRUE(lorne && brighton);
-  EXPECT_EQ(*lorne, (Port{"VIC_TP002", "Lorne", "Victoria", "Australia/Melbourne", -38.5471944444444,
-                          143.988833333333}));
-  EXPECT_EQ(*brighton, (Port{"0082", "Brighton Marina", "England", "", 50.816666, -0.1}));
-  EXPECT_EQ(ports.find(PortList::bureau, "0082"), nullptr);
-}
-
-TEST(MakeRegionalStations, writesWholeListsOnly) {
-  const testing::TemporaryFolder folder;
-  const auto run = [&](const std::string& arguments) {
-    const std::string command = std::string(MARLUNE_MAKE_REGIONAL_STATIONS) + " " + folder.path() + " " +
-                                arguments + " > /dev/null 2> " + (folder / "said");
-    return WEXITSTATUS(std::system(command.c_str()));
-  };
-  const auto save = [&](const char* name, const std::string& text) {
-    std::ofstream(folder / name, std::ios::binary) << text;
-    return folder / name;
-  };
-  const std::string bureau = save("bureau", collection(bureauFeature("") + ",{}"));
-  EXPECT_EQ(run("--bureau " + bureau + " --admiralty " + shipped(PortList::admiralty)), 0);
-  EXPECT_NE(fileText(folder / "said").find("left out: feature 2"), std::string::npos);
-  const std::string made = fileText(folder / "stations_australia.json");
-  EXPECT_EQ(readPorts(PortList::bureau, made).ports.size(), 1U);
-  EXPECT_TRUE(fileText(folder / "stations_uk.json") == fileText(shipped(PortList::admiralty)));
-
-  const struct {
-    std::string arguments;
-    int status;
-    const char* said;
-  } cases[] = {
-      {"--bureau " + save("cut", collection(bureauFeature("")).substr(0, 300)), 1, "no JSON at byte"},
-      {"--bureau " + save("other", collection(bureauFeature(R"("AAC":"SA_TP001",)"))), 1,
-       "lacks the default"},
-      {"--bureau " + (folder / "none"), 1, "cannot be read"},
-      {"--bureau", 2, "usage"},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(run(c.arguments), c.status) << c.arguments;
-    EXPECT_NE(fileText(folder / "said").find(c.said), std::string::npos) << fileText(folder / "said");
-  }
-  EXPECT_TRUE(fileText(folder / "stations_australia.json") == made) << "a failure leaves what is there";
+  for (const PortList list : kLists) EXPECT_NE(ports.find(list, defaultPort(list)), nullptr);
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 #include "marlune/ocean/CurrentStation.h"
 #include "marlune/ocean/CurrentsOfDays.h"
 #include "marlune/ocean/NOAACurrentsDataProvider.h"
-#include "support/HostTest.h"
+#include "ocean/OceanHostTest.h"
 
 namespace marlune::testing {
 namespace {
@@ -16,7 +16,6 @@ using namespace current_predictions;
 constexpr std::int64_t march1 = 1'740'787'200;  // 2025
 constexpr std::int64_t aDay = 86'400;
 constexpr std::int64_t march5 = march1 + 4 * aDay;
-constexpr CurrentsPeriod always{-1'000'000'000'000, 1'000'000'000'000};
 
 CurrentPrediction row(std::int64_t time, double velocity, std::optional<std::string> type = std::nullopt) {
   return {time, velocity, 30, 210, std::move(type)};
@@ -33,15 +32,11 @@ TEST(CurrentPredictionsTest, AnAnswerIsReadStrictlyAndWrittenShortest) {
       R"({"Type":null,"Bin":"12","Time":"2025-03-05 00:06","Velocity_Major":-0,"meanFloodDir":26,"meanEbbDir":212.5})";
   const std::string earlier =
       R"({"Type":"slack","Time":"2025-03-05 00:00","Velocity_Major":-1.25,"meanFloodDir":-0.0,"meanEbbDir":2e1})";
-  const std::string passedOver[] = {
-      R"({"Time":"2025-03-05T00:12","Velocity_Major":1,"meanFloodDir":1,"meanEbbDir":1})",
-      R"({"Time":"10000-03-05 00:12","Velocity_Major":1,"meanFloodDir":1,"meanEbbDir":1})",
-      R"({"Time":"2025-03-05 00:12","Velocity_Major":1e300,"meanFloodDir":1,"meanEbbDir":1})", good};
-  const auto reading = readAnswer(
-      answer(good + "," +
-             fmt::format("{},{},{},{},", passedOver[0], passedOver[1], passedOver[2], passedOver[3]) +
-             earlier),
-      readers);
+  const std::string passedOver =
+      R"({"Time":"10000-03-05 00:12","Velocity_Major":1,"meanFloodDir":1,"meanEbbDir":1},)"
+      R"({"Time":"2025-03-05 00:12","Velocity_Major":1e300,"meanFloodDir":1,"meanEbbDir":1},)";
+  const auto reading =
+      readAnswer(answer(fmt::format("{},{}{},{}", good, passedOver, good, earlier)), readers);
   ASSERT_FALSE(reading.error);
   ASSERT_EQ(reading.rows.size(), 2U) << "in time order, each once";
   const std::string file = fileOf(reading.rows.data(), reading.rows.data() + 2);
@@ -54,21 +49,19 @@ TEST(CurrentPredictionsTest, AnAnswerIsReadStrictlyAndWrittenShortest) {
   EXPECT_EQ(again, reading.rows);
   EXPECT_TRUE(readAnswer(file, readers).error && addFile(answer(good), readers, again));
   EXPECT_FALSE(readAnswer(answer(""), readers).error);
-  const std::string fields[] = {R"("Time":"2025-03-05 00:06")", R"("Velocity_Major":1)",
-                                R"("meanFloodDir":1)", R"("meanEbbDir":1)"};
-  const std::string wrong[] = {R"("Time":7)", R"("Velocity_Major":"1")", R"("meanFloodDir":null)",
-                               R"("meanEbbDir":1e400)"};
-  for (std::size_t i = 0; i < 4; ++i) {
-    for (const std::string& instead : {std::string(R"("Bin":"1")"), wrong[i]}) {
-      std::string bad = "{" + instead;
-      for (std::size_t other = 0; other < 4; ++other) bad += other == i ? "" : "," + fields[other];
-      EXPECT_TRUE(readAnswer(answer(fmt::format("{},{}}}", good, bad)), readers).error) << bad;
+  const std::string fields[] = {R"("Time":7)", R"("Velocity_Major":"1")", R"("meanFloodDir":null)",
+                                R"("meanEbbDir":1e400)"};
+  for (const std::string& wrong : fields) {
+    const std::string name = wrong.substr(0, wrong.find(':') + 1);
+    for (const std::string& instead : {std::string(R"("Bin":)"), wrong + ",\"x\":"}) {
+      std::string bad = earlier;
+      bad.replace(bad.find(name), name.size(), instead);
+      EXPECT_TRUE(readAnswer(answer(good + "," + bad), readers).error) << bad;
     }
   }
-  for (const char* text :
-       {"", "[]", "null", R"({"error":{"message":"Currents predictions are not available."}})",
-        R"({"current_predictions":{}})", R"({"current_predictions":{"cp":{}}})",
-        R"({"current_predictions":{"cp":[1]}})", R"({"current_predictions":{"cp":[]}}x)"}) {
+  for (const char* text : {"", "[]", R"({"error":{"message":"Currents predictions are not available."}})",
+                           R"({"current_predictions":{}})", R"({"current_predictions":{"cp":[1]}})",
+                           R"({"current_predictions":{"cp":[]}}x)"}) {
     EXPECT_TRUE(readAnswer(text, readers).error) << text;
   }
 }
@@ -136,25 +129,9 @@ TEST(CurrentPredictionsTest, ASlackWindowLastsWhileTheStreamIsWeak) {
   EXPECT_EQ(slackWindow(points, march5, 5, march5 - 500, march5 + 500)->end, march5 + 500);
   EXPECT_FALSE(slackWindow(points, march5 + 7200, 0.2, -wide, wide)) << "strong there";
   EXPECT_FALSE(slackWindow(points, march5 + 36'001, 5, -wide, wide));
-  EXPECT_FALSE(slackWindow(points, march5 - 36'001, 5, -wide, wide));
-  const auto last = slackWindow(points, march5 + 36'000, 5, -wide, wide);
-  EXPECT_EQ(last->end, march5 + 36'000);
   const CurrentPredictions apart = {row(0, 0), row(86'401, 0), row(90'000, 0)};
   EXPECT_FALSE(slackWindow(apart, 500, 5, -wide, wide));
   EXPECT_EQ(slackWindow(apart, 86'500, 5, -wide, wide)->begin, 86'401);
-}
-
-TEST(CurrentPredictionsTest, WithoutAListEachPointIsAnEvent) {
-  const CurrentsOfDays days({row(0, 1), row(1800, -0.01), row(3600, -1)}, {row(100, 0, "slack")}, always);
-  const auto event = days.within({0, 3600}, 1, 2);
-  ASSERT_EQ(event->events.size(), 1U);
-  EXPECT_EQ(event->timeSeries.size(), 2U);
-  EXPECT_EQ(event->latitude, 1);
-  const auto points = days.within({1800, 3600}, 1, 2);
-  ASSERT_EQ(points->events.size(), 2U);
-  EXPECT_EQ(points->events[0]->type, "slack");
-  EXPECT_EQ(points->events[1]->type, "ebb");
-  EXPECT_FALSE(days.within({10, 20}, 1, 2));
 }
 
 TEST(CurrentStationTest, AListIsReadWholeOrNotAtAll) {
@@ -166,20 +143,15 @@ TEST(CurrentStationTest, AListIsReadWholeOrNotAtAll) {
   EXPECT_EQ(reading.stations[0]->point().z, 3);
   for (const std::string field : {R"("id":"A")", R"("lat":1)", R"("lng":2)", R"("name":"N")", R"("bin":-3)",
                                   R"("coord":{"x":1,"y":2,"z":3})"}) {
-    for (const std::string instead : {R"("v":0)", R"("bin":1.5)", R"("id":7)"}) {
-      std::string bad = good;
-      bad.replace(bad.find(field), field.size(), instead);
-      EXPECT_TRUE(CurrentStation::readList(fmt::format("[{},{}]", good, bad)).error) << bad;
-    }
+    std::string bad = good;
+    bad.replace(bad.find(field), field.size(), R"("v":0)");
+    EXPECT_TRUE(CurrentStation::readList(fmt::format("[{},{}]", good, bad)).error) << bad;
   }
-  const auto lacking =
-      CurrentStation::readList(R"([{"id":"A","lat":1,"lng":2,"name":"N","bin":3,"coord":{"x":1,"y":2}}])");
-  EXPECT_DEATH(static_cast<void>(lacking.stations.at(0)->point()), "");
 }
 
 // --- The provider ---
 
-class NOAACurrentsTest : public HostTest {
+class NOAACurrentsTest : public OceanHostTest {
  protected:
   NOAACurrentsTest() {
     const SpacePoint at = spacePoint(0, 0);
@@ -216,30 +188,12 @@ class NOAACurrentsTest : public HostTest {
     }
   }
 
-  NOAACurrentsDataProvider::Answer ask(double from, double to, double lng = 0,
-                                       const std::string& id = "here") {
-    NOAACurrentsDataProvider::Answer result;
-    start(provider->getOceanCurrentData(0, lng, dateFromSeconds(from), dateFromSeconds(to), TimeZone(), id),
-          [&, once = completions.once("currents")](auto answer) {
-            result = std::move(answer);
-            once();
-          });
-    EXPECT_TRUE(fake.settle());
-    return result;
+  NOAACurrentsDataProvider::Answer askFor(double from, double to, double lng = 0,
+                                          const std::string& id = "here") {
+    return settled(
+        provider->getOceanCurrentData(0, lng, dateFromSeconds(from), dateFromSeconds(to), TimeZone(), id));
   }
-  bool has(double lng, const std::string& id) {
-    bool result = false;
-    start(provider->hasStation(0, lng, id), [&, once = completions.once("station")](bool answer) {
-      result = answer;
-      once();
-    });
-    EXPECT_TRUE(fake.settle());
-    return result;
-  }
-  std::string kept(const std::string& name) {
-    return fake.files->read(fake.container(kGroupContainerName) + "/" + name).value_or("none");
-  }
-  std::size_t asked() const { return fake.http->requests().size(); }
+  bool has(double lng, const std::string& id) { return settled(provider->hasStation(0, lng, id)); }
 
   std::unique_ptr<NOAACurrentsDataProvider> provider;
 };
@@ -248,7 +202,7 @@ TEST_F(NOAACurrentsTest, LackingDaysAreAwaitedAndTheMonthComesBehind) {
   script(5, 6);
   script(1, 31);
   expectLog("NOAA Currents: Background fetch 2025-03 for station SFB1");
-  const auto first = ask(march5 + 600, march5 + 86'400);
+  const auto first = askFor(march5 + 600, march5 + 86'400);
   ASSERT_TRUE(first);
   EXPECT_EQ(asked(), 4U);
   EXPECT_EQ(first->timeSeries.size(), 48U) << "on the half hours of the days, both ends included";
@@ -260,18 +214,16 @@ TEST_F(NOAACurrentsTest, LackingDaysAreAwaitedAndTheMonthComesBehind) {
   EXPECT_NE(kept("noaa_currents_SFB1_7_20250331.json"), "none");
   EXPECT_EQ(kept("noaa_slack_SFB1_7_202503.json"), rows(1, 31, true)) << "as received";
 
-  EXPECT_EQ(ask(march5 + 600, march5 + 86'400), first);
-  const auto other = ask(march5 + 7200, march5 + 86'400, 0.01, "there");
+  EXPECT_EQ(askFor(march5 + 600, march5 + 86'400), first);
+  const auto other = askFor(march5 + 7200, march5 + 86'400, 0.01, "there");
   EXPECT_EQ(secondsOf(other->timeSeries[0]->date), march5 + 7200) << "the same days, another period";
   EXPECT_EQ(other->longitude, 0.01);
   provider = std::make_unique<NOAACurrentsDataProvider>(fake.host());
-  EXPECT_EQ(ask(march1, march1 + 30 * aDay)->timeSeries.size(), 30U * 48U + 1U);
+  EXPECT_EQ(askFor(march1, march1 + 30 * aDay)->timeSeries.size(), 30U * 48U + 1U);
   EXPECT_EQ(asked(), 4U) << "all of it lies on the disk";
-  ASSERT_TRUE(fake.files->write(fake.container(kGroupContainerName),
-                                fake.container(kGroupContainerName) + "/noaa_currents_SFB1_7_20250306.json",
-                                "[{", FileSystem::Durability::cache));
+  put("noaa_currents_SFB1_7_20250306.json", "[{");
   script(6, 6);
-  EXPECT_EQ(ask(march5, march5 + 2 * aDay)->timeSeries.size(), 97U) << "a damaged file is a missing one";
+  EXPECT_EQ(askFor(march5, march5 + 2 * aDay)->timeSeries.size(), 97U) << "a damaged file is a missing one";
   EXPECT_EQ(asked(), 5U);
 }
 
@@ -285,22 +237,22 @@ TEST_F(NOAACurrentsTest, WhatFailsIsNeitherRememberedNorKept) {
   for (const auto& bad : {answerOf(rows(5, 5, false), 400), answerOf(R"({"error":{"message":"none"}})"),
                           failedAnswer("unreachable")}) {
     fake.http->script(series, bad);
-    EXPECT_FALSE(ask(march5, march5 + 80'000));
+    EXPECT_FALSE(askFor(march5, march5 + 80'000));
   }
   EXPECT_EQ(kept("noaa_currents_SFB1_7_20250305.json"), "none");
   fake.http->script(series, answerOf(rows(5, 6, false)));
   fake.http->script(slacks, failedAnswer("unreachable"));
-  const auto points = ask(march5, march5 + 80'000);
+  const auto points = askFor(march5, march5 + 80'000);
   EXPECT_EQ(points->events.size(), 23U) << "without a list each point";
   EXPECT_EQ(kept("noaa_currents_SFB1_7_20250306.json"), "none") << "beyond what was asked for";
   fake.http->script(slacks, answerOf(rows(5, 5, true)));
   for (const bool slack : {false, true})
     fake.http->script(url("20250301", "20250331", slack), failedAnswer("unreachable"));
   expectLog("NOAA Currents: Background fetch 2025-03 for station SFB1");
-  EXPECT_EQ(ask(march5, march5 + 80'000)->events.size(), 4U) << "asked again, the days come from the disk";
+  EXPECT_EQ(askFor(march5, march5 + 80'000)->events.size(), 4U) << "asked again, the days come from the disk";
   EXPECT_EQ(kept("noaa_slack_SFB1_7_202503.json"), "none") << "only ever a whole month";
   const std::size_t before = asked();
-  EXPECT_TRUE(ask(march5, march5 + 80'000));
+  EXPECT_TRUE(askFor(march5, march5 + 80'000));
   EXPECT_EQ(asked(), before) << "remembered now";
 }
 
@@ -312,14 +264,12 @@ TEST_F(NOAACurrentsTest, AStationIsWithinFiftyKilometres) {
   EXPECT_FALSE(has(0, "far"));
   EXPECT_FALSE(has(std::nan(""), "nowhere"));
   expectLog("NOAA Currents: No station found within 50km of 0.0, 30.0");
-  EXPECT_FALSE(ask(march5, march5, 30, "far"));
+  EXPECT_FALSE(askFor(march5, march5, 30, "far"));
   for (const auto& [from, to] : {std::pair<double, double>(march5 + 1, march5),
                                  {march5, march5 + 367 * 86'400.0},
                                  {-HUGE_VAL, march5},
-                                 {march5, 1e13},
-                                 {march5, std::nan("")},
-                                 {-1e12, -1e12}}) {
-    EXPECT_FALSE(ask(from, to)) << from << " " << to;
+                                 {march5, std::nan("")}}) {
+    EXPECT_FALSE(askFor(from, to)) << from << " " << to;
   }
   EXPECT_EQ(asked(), 0U);
   expectLog("Error loading current stations: ");

@@ -97,9 +97,8 @@ TEST_F(NWSWindForecastProviderTest, WhatIsNoForecastIsNoneAndEntriesThatCannotBe
     EXPECT_EQ(valid->end - valid->start, length) << text;
   }
   for (const char* time :
-       {"rubbish", "T12:00:00Z", "T12:00:00/PT1H", "T25:00:00Z/PT1H", "T12:00:00Z/", "T12:00:00Z/P",
-        "T12:00:00Z/PT", "T12:00:00Z/P1DT", "T12:00:00Z/PT1", "T12:00:00Z/PT1M1H", "T12:00:00Z/P1M",
-        "T12:00:00Z/PT-1H", "T12:00:00Z/PT1.5H", "T12:00:00Z/PT1H/"})
+       {"rubbish", "T12:00:00Z", "T25:00:00Z/PT1H", "T12:00:00Z/P", "T12:00:00Z/P1DT", "T12:00:00Z/PT1",
+        "T12:00:00Z/PT1M1H", "T12:00:00Z/P1M", "T12:00:00Z/PT-1H", "T12:00:00Z/PT1H/"})
     EXPECT_EQ(dayOf(grid(layer(entry(time, "1")))), "") << time;
   EXPECT_EQ(
       dayOf(grid(layer(R"({"validTime":"2025-03-05T12:00:00Z/PT1H"},)" + entry("T12:00:00Z/PT1H", "1.7e308"),
@@ -107,10 +106,8 @@ TEST_F(NWSWindForecastProviderTest, WhatIsNoForecastIsNoneAndEntriesThatCannotBe
       "");
   for (const std::string& bad :
        {std::string("[]"), std::string(R"({"properties":null})"),
-        std::string(R"({"properties":{"windSpeed":{"values":[]},"windGust":{"values":[]}}})"), grid("null"),
-        grid("{}"), grid(R"({"values":[1]})"), grid(R"({"values":[{"value":1}]})"), grid(layer("", "1")),
-        grid(layer(entry("T12:00:00Z/PT1H", R"("1")"))), grid(layer(entry("T12:00:00Z/PT1H", "1e999"))),
-        oneHour.substr(0, 90)})
+        std::string(R"({"properties":{"windSpeed":{"values":[]},"windGust":{"values":[]}}})"), grid("{}"),
+        grid(R"({"values":[1]})"), grid(layer(entry("T12:00:00Z/PT1H", "1e999"))), oneHour.substr(0, 90)})
     EXPECT_EQ(dayOf(bad), "none") << bad;
   // A thousand years cost no more than the day; a heap of them is no forecast.
   std::string heap = entry("1025-03-05T12:00:00Z/P999999D", "1");
@@ -125,7 +122,6 @@ TEST_F(NWSWindForecastProviderTest, FilesAreNamedAfterLettersAndDigits) {
             "a1\xC3\x89\xE6\xB5\xB7\xD9\xA3");
   EXPECT_EQ(gridKey(gridUrl), "MTR_85-105");
   EXPECT_EQ(gridKey("https://a/gridpoints/../../x"), ".._.._x");
-  EXPECT_EQ(gridKey("https://a/b"), "grid");
 }
 
 TEST_F(NWSWindForecastProviderTest, ACellIsAskedForOnceAndADayOnceAnHour) {
@@ -135,9 +131,7 @@ TEST_F(NWSWindForecastProviderTest, ACellIsAskedForOnceAndADayOnceAnHour) {
   EXPECT_EQ(first->timeSeries[0]->series, "Wind");
   EXPECT_FALSE(first->timeSeries[0]->attributes);
   EXPECT_EQ(settled(task()), first);
-  const auto other = settled(task(noon, "Hafen-12", 37.9));
-  EXPECT_EQ(other->latitude, 37.9);
-  EXPECT_EQ(other->timeSeries, first->timeSeries);
+  EXPECT_EQ(settled(task(noon, "Hafen-12", 37.9))->latitude, 37.9);
   EXPECT_EQ(kept(pointsFile), fmt::format(R"([{{"t":1741176000,"v":0,"a":{{"url":"{}"}}}}])", gridUrl));
   using Headers = std::vector<std::pair<std::string, std::string>>;
   for (const auto& request : fake.http->requests())
@@ -168,7 +162,6 @@ TEST_F(NWSWindForecastProviderTest, FailuresAreLoggedAndNotRemembered) {
   EXPECT_EQ(kept(pointsFile), "none");
   fake.http->script(pointsUrl, answerOf(points(gridUrl)));
   fails(gridUrl, answerOf(oneHour, 503), std::string("NWS Wind: HTTP 503 for ") + gridUrl);
-  fails(gridUrl, failedAnswer("cut"), "Error fetching NWS wind forecast: cut");
   fails(gridUrl, answerOf(R"({"title":"None"})"), "Error fetching NWS wind forecast: the answer has not");
   EXPECT_EQ(kept(windFile), "none");
   const std::size_t before = asked();

@@ -2,9 +2,7 @@
 
 #include <fmt/format.h>
 
-#include <thread>
-
-#include "support/HostTest.h"
+#include "ocean/OceanHostTest.h"
 
 namespace marlune::testing {
 namespace {
@@ -20,7 +18,7 @@ struct RegionalBundle : ApplicationBundle {
 };
 
 /// A service whose sources each know one station at 0 N, 0 E and are answered at once.
-class OceanServiceTest : public HostTest {
+class OceanServiceTest : public OceanHostTest {
  protected:
   static constexpr double noon = 1741176000;  // 2025-03-05 12:00 UTC
   const Date date = dateFromSeconds(noon);
@@ -45,8 +43,13 @@ class OceanServiceTest : public HostTest {
       "imperial"
       "&wind_speed_unit=mph&timezone=UTC&forecast_days=9&apikey=";
 
+  const std::string streamsUrl =
+      "http://s/uktidalapi-premium/api/V2/Streams/S1/"
+      "TidalStreamRates?dateTime=2025-03-05T06:00:00Z&duration=32&interval=30";
+
   OceanServiceTest() {
     fake.settings.servicesBaseURL = "http://s";
+    fake.settings.admiraltySubscriptionKey = "key";
     fake.settings.contactEmail = "tides@example.org";
     const std::string station =
         R"("id":"1","name":"A","lat":0,"lng":0,"bin":3,"coord":{"x":6371.0,"y":0,"z":0})";
@@ -73,11 +76,6 @@ class OceanServiceTest : public HostTest {
                  R"("swell_wave_period":[9],"ocean_current_velocity":[1],"ocean_current_direction":[45]}})"));
   }
 
-  void scriptCurrents(const std::string& query, const std::string& body) {
-    const std::string url = "http://s/api/prod/datagetter?" + query;
-    fake.http->script(url, answerOf(body));
-  }
-
   std::unique_ptr<Ocean> make(std::optional<std::string> region) {
     fake.application = std::make_shared<RegionalBundle>(std::move(region));
     const Host host = fake.host();
@@ -85,20 +83,8 @@ class OceanServiceTest : public HostTest {
                                    std::make_shared<OpenMeteoWindProvider>(host));
   }
 
-  /// The answer of a question; a record of any kind.
-  template <class T>
-  T get(Task<T> task) {
-    T result{};
-    start(std::move(task), [&result, once = completions.once("question")](T value) {
-      result = std::move(value);
-      once();
-    });
-    EXPECT_TRUE(fake.settle());
-    return result;
-  }
-
   /// What the requests since the last call asked for.
-  Names asked() {
+  Names askedSince() {
     Names names;
     const auto all = fake.http->requests();
     for (; seen_ < all.size(); ++seen_) {
@@ -137,96 +123,62 @@ TEST_F(OceanServiceTest, TheRegionDecidesWhoIsAsked) {
     SCOPED_TRACE(region.value_or("no region"));
     fake.files = std::make_shared<MemoryFileSystem>(fake.clock);
     const auto ocean = make(region);
-    EXPECT_EQ(first(get(ocean->getDailyTemperatureData(0, 0, date, utc, "a"))), usa ? "11.5" : "10.5");
-    EXPECT_EQ(asked(), Names{usa ? "water_temperature" : "marine"});
-    EXPECT_EQ(first(get(ocean->getTemperatureDataAtTime(0, 0, date, utc, "a"))), usa ? "11.5" : "10.5");
-    EXPECT_EQ(asked(), Names{}) << "the day is known";
-    EXPECT_EQ(first(get(ocean->getDailySwellData(0, 0, date, utc, "a"))), "3");
-    EXPECT_EQ(asked(), usa ? Names{"marine"} : Names{});
-    EXPECT_EQ(first(get(ocean->getDailyWindData(0, 0, date, utc, "a"))), "8");
-    EXPECT_EQ(asked(), Names{"forecast"});
-    EXPECT_EQ(first(get(ocean->getDailyObservedAirTemperatureData(0, 0, date, utc, "a"))),
+    EXPECT_EQ(first(settled(ocean->getDailyTemperatureData(0, 0, date, utc, "a"))), usa ? "11.5" : "10.5");
+    EXPECT_EQ(askedSince(), Names{usa ? "water_temperature" : "marine"});
+    EXPECT_EQ(first(settled(ocean->getTemperatureDataAtTime(0, 0, date, utc, "a"))), usa ? "11.5" : "10.5");
+    EXPECT_EQ(askedSince(), Names{}) << "the day is known";
+    EXPECT_EQ(first(settled(ocean->getDailySwellData(0, 0, date, utc, "a"))), "3");
+    EXPECT_EQ(askedSince(), usa ? Names{"marine"} : Names{});
+    EXPECT_EQ(first(settled(ocean->getDailyWindData(0, 0, date, utc, "a"))), "8");
+    EXPECT_EQ(askedSince(), Names{"forecast"});
+    EXPECT_EQ(first(settled(ocean->getDailyObservedAirTemperatureData(0, 0, date, utc, "a"))),
               usa ? "12.5" : "none");
-    EXPECT_EQ(asked(), usa ? Names{"air_temperature"} : Names{});
-    EXPECT_EQ(first(get(ocean->getDailyObservedWindData(0, 0, date, utc, "a"))), usa ? "7" : "none");
-    EXPECT_EQ(asked(), usa ? Names{"wind"} : Names{});
-    EXPECT_EQ(first(get(ocean->getDailyForecastWindData(0, 0, date, utc, "a"))), usa ? "10" : "none");
-    EXPECT_EQ(asked(), usa ? (Names{"points", "grid"}) : Names{});
-    EXPECT_EQ(get(ocean->hasCurrentsCoverage(0, 0, "a")), usa || region == "worldwide");
-    EXPECT_FALSE(get(ocean->hasCurrentsCoverage(0, 1, "b"))) << "111 km away";
-    EXPECT_FALSE(get(ocean->hasCurrentsCoverage(91, 0, "a")));
-    if (!usa && region != "worldwide") {
-      EXPECT_EQ(get(ocean->getDailyOceanCurrentData(0, 0, date, utc, "a")), nullptr);
-      EXPECT_EQ(get(ocean->getOceanCurrentData(0, 0, date, date, utc, "a")), nullptr);
+    EXPECT_EQ(askedSince(), usa ? Names{"air_temperature"} : Names{});
+    EXPECT_EQ(first(settled(ocean->getDailyObservedWindData(0, 0, date, utc, "a"))), usa ? "7" : "none");
+    EXPECT_EQ(askedSince(), usa ? Names{"wind"} : Names{});
+    EXPECT_EQ(first(settled(ocean->getDailyForecastWindData(0, 0, date, utc, "a"))), usa ? "10" : "none");
+    if (usa) {
+      EXPECT_EQ(fake.http->requests().back().headers.at(1).second, "Korvantis (tides@example.org)");
     }
-    EXPECT_EQ(asked(), Names{});
-  }
-  for (const auto& request : fake.http->requests()) {
-    if (request.url != gridUrl && request.url != pointsUrl) continue;
-    const std::vector<std::pair<std::string, std::string>> headers = {
-        {"Accept", "application/geo+json"}, {"User-Agent", "Korvantis (tides@example.org)"}};
-    EXPECT_EQ(request.headers, headers);
+    EXPECT_EQ(askedSince(), usa ? (Names{"points", "grid"}) : Names{});
+    EXPECT_EQ(settled(ocean->hasCurrentsCoverage(0, 0, "a")), usa || region == "worldwide");
+    EXPECT_FALSE(settled(ocean->hasCurrentsCoverage(0, 1, "b"))) << "111 km away";
+    EXPECT_FALSE(settled(ocean->hasCurrentsCoverage(91, 0, "a")));
+    if (!usa && region != "worldwide") {
+      EXPECT_EQ(settled(ocean->getDailyOceanCurrentData(0, 0, date, utc, "a")), nullptr);
+      EXPECT_EQ(settled(ocean->getOceanCurrentData(0, 0, date, date, utc, "a")), nullptr);
+    }
+    EXPECT_EQ(askedSince(), Names{});
   }
 }
 
 TEST_F(OceanServiceTest, CurrentsComeFromSixHoursBeforeTheDate) {
-  fake.settings.admiraltySubscriptionKey = "key";
-  const std::string streams =
-      "http://s/uktidalapi-premium/api/V2/Streams/S1/"
-      "TidalStreamRates?dateTime=2025-03-05T06:00:00Z&duration=32&interval=30";
   fake.http->script(
-      streams,
+      streamsUrl,
       answerOf(
           R"([{"DateTime":"2025-03-05T06:00:00Z","Speed":1,"Bearing":90},{"DateTime":"2025-03-06T12:00:00Z","Speed":0.01,"Bearing":270}])"));
   const auto ocean = make("worldwide");
-  const auto record = get(ocean->getDailyOceanCurrentData(0, 0, date, utc, "a"));
+  const auto record = settled(ocean->getDailyOceanCurrentData(0, 0, date, utc, "a"));
   EXPECT_EQ(first(record), "1.944");
   ASSERT_TRUE(record);
   EXPECT_EQ(record->events.size(), 2U);
-  EXPECT_EQ(asked(), Names{"streams"});
+  EXPECT_EQ(askedSince(), Names{"streams"});
   EXPECT_EQ(fake.http->requests().back().headers.at(0).second, "key");
 }
 
 TEST_F(OceanServiceTest, WaterFallsBackToTheForecast) {
-  const struct {
-    const char* body;
-    int status;
-    const char* log;
-  } failures[] = {{R"({"data":[{"t":"2025-03-05 12:00","v":""}]})", 200, ""},
-                  {R"({"error":{"message":"No data was found."}})", 200, "Error fetching temerature data: "},
-                  {"", 500, "Error fetching temerature data: "}};
-  for (const auto& [body, status, log] : failures) {
+  const std::pair<const char*, const char*> failures[] = {
+      {R"({"data":[{"t":"2025-03-05 12:00","v":""}]})", ""},
+      {R"({"error":{"message":"No data was found."}})", "Error fetching temerature data: "}};
+  for (const auto& [body, log] : failures) {
     SCOPED_TRACE(body);
     fake.files = std::make_shared<MemoryFileSystem>(fake.clock);
-    fake.http->script(waterUrl, answerOf(body, status));
+    fake.http->script(waterUrl, answerOf(body));
     if (*log != '\0') expectLog(log);
     const auto ocean = make("usa");
-    EXPECT_EQ(first(get(ocean->getDailyTemperatureData(0, 0, date, utc, "a"))), "10.5");
-    EXPECT_EQ(asked(), (Names{"water_temperature", "marine"}));
+    EXPECT_EQ(first(settled(ocean->getDailyTemperatureData(0, 0, date, utc, "a"))), "10.5");
+    EXPECT_EQ(askedSince(), (Names{"water_temperature", "marine"}));
   }
-}
-
-TEST_F(OceanServiceTest, ASourceThatHangsHoldsUpNoOther) {
-  fake.http->hold(marineUrl);
-  const auto ocean = make("usa");
-  std::shared_ptr<const SwellData> swell;
-  ocean->getDailySwellDataFor(0, 0, date, utc, "a", [&, once = completions.once("swell")](auto record) {
-    swell = std::move(record);
-    once();
-  });
-  ASSERT_TRUE(fake.http->waitForRequests(1));
-  std::shared_ptr<const WindData> wind;
-  Completions others;
-  ocean->getDailyWindDataFor(0, 0, date, utc, "a", [&, once = others.once("wind")](auto record) {
-    wind = std::move(record);
-    once();
-  });
-  ASSERT_TRUE(others.wait());
-  EXPECT_EQ(first(wind), "8");
-  EXPECT_EQ(swell, nullptr);
-  fake.http->answer(marineUrl, answerOf("{}"));
-  allowLog("marine");
-  EXPECT_TRUE(fake.settle());
 }
 
 TEST_F(OceanServiceTest, DestroyedWithQuestionsOpenItAnswersEachOnceWithNothing) {
@@ -234,7 +186,10 @@ TEST_F(OceanServiceTest, DestroyedWithQuestionsOpenItAnswersEachOnceWithNothing)
   fake.http->hold(waterUrl);
   fake.http->hold(forecastUrl);
   allowLog("Error fetching");
+  allowLog("UKHO Currents fetch error: ");
+  fake.http->hold(streamsUrl);
   auto ocean = make("usa");
+  auto abroad = make("worldwide");
   const auto none = [&](const char* what) {
     return [once = completions.once(what)](auto record) {
       EXPECT_FALSE(record);
@@ -245,11 +200,13 @@ TEST_F(OceanServiceTest, DestroyedWithQuestionsOpenItAnswersEachOnceWithNothing)
   ocean->getTemperatureDataAtTimeFor(0, 0, date, utc, "a", none("temperature at"));
   ocean->getDailySwellDataFor(0, 0, date, utc, "a", none("swell"));
   ocean->getDailyWindDataFor(0, 0, date, utc, "a", none("wind"));
-  ASSERT_TRUE(fake.http->waitForRequests(3));
+  abroad->getDailyOceanCurrentDataFor(0, 0, date, utc, "a", none("streams"));
+  ASSERT_TRUE(fake.http->waitForRequests(4));
   auto never = ocean->getDailySwellData(0, 0, date, utc, "a");
   ocean.reset();
+  abroad.reset();
   EXPECT_EQ(completions.outstanding(), 0U);
-  EXPECT_EQ(get(std::move(never)), nullptr) << "a task that is started too late";
+  EXPECT_EQ(settled(std::move(never)), nullptr) << "a task that is started too late";
 }
 
 }  // namespace

@@ -3,13 +3,12 @@
 #include <atomic>
 #include <cmath>
 #include <future>
-#include <random>
 
 #include "marlune/ocean/LocalHours.h"
 #include "marlune/ocean/OceanTimes.h"
 #include "marlune/ocean/OpenMeteoDataProvider.h"
 #include "marlune/ocean/OpenMeteoWindProvider.h"
-#include "support/HostTest.h"
+#include "ocean/OceanHostTest.h"
 
 namespace marlune::testing {
 namespace {
@@ -62,7 +61,7 @@ std::string textOf(const TimeSeries& samples) {
   return text;
 }
 
-class OpenMeteoProvidersTest : public HostTest {
+class OpenMeteoProvidersTest : public OceanHostTest {
  protected:
   OpenMeteoProvidersTest() {
     fake.settings.openMeteoMarineBaseURL = fake.settings.openMeteoForecastBaseURL = "https://sea.test/";
@@ -74,25 +73,18 @@ class OpenMeteoProvidersTest : public HostTest {
     windy = std::make_unique<OpenMeteoWindProvider>(fake.host());
   }
 
-  template <class Answer>
-  Answer ask(Task<Answer> task) {
-    Answer result;
-    start(std::move(task), [&result, once = completions.once("question")](Answer answer) {
-      result = std::move(answer);
-      once();
-    });
-    EXPECT_TRUE(fake.settle());
-    return result;
-  }
   auto temperatures(double at, const TimeZone& zone = {}, const std::string& id = "abc") {
-    return ask(marine->getDailyTemperatureData(1.5, -2, dateFromSeconds(at), zone, id));
+    return settled(marine->getDailyTemperatureData(1.5, -2, dateFromSeconds(at), zone, id));
   }
-  auto swell(double at) { return ask(marine->getDailySwellData(1.5, -2, dateFromSeconds(at), {}, "abc")); }
+  auto swell(double at) {
+    return settled(marine->getDailySwellData(1.5, -2, dateFromSeconds(at), {}, "abc"));
+  }
   auto currents(double from, double to) {
-    return ask(marine->getOceanCurrentData(1.5, -2, dateFromSeconds(from), dateFromSeconds(to), {}, "abc"));
+    return settled(
+        marine->getOceanCurrentData(1.5, -2, dateFromSeconds(from), dateFromSeconds(to), {}, "abc"));
   }
   auto wind(double at, const TimeZone& zone = {}, double lat = 1.5) {
-    return ask(windy->getDailyWindData(lat, -2, dateFromSeconds(at), zone, "abc"));
+    return settled(windy->getDailyWindData(lat, -2, dateFromSeconds(at), zone, "abc"));
   }
 
   static std::string marineUrl(const std::string& zone = "UTC",
@@ -118,7 +110,6 @@ class OpenMeteoProvidersTest : public HostTest {
                                                           {"wind_direction_10m", directions},
                                                           {"wind_gusts_10m", gusts}})));
   }
-  std::size_t requests() const { return fake.http->requests().size(); }
 
   std::unique_ptr<OpenMeteoDataProvider> marine;
   std::unique_ptr<OpenMeteoWindProvider> windy;
@@ -140,22 +131,16 @@ TEST_F(OpenMeteoProvidersTest, OneRequestBringsEveryKindAndDay) {
   EXPECT_EQ(textOf({waves->timeSeries.begin(), waves->timeSeries.begin() + 3}),
             "Height 24 direction=24.0; Period 24 direction=24.0; Height 25 direction=25.0");
   const auto stream =
-      ask(marine->getDailyOceanCurrentData(1.5, -2, dateFromSeconds(midnight + 9 * day - 1), {}, "abc"));
+      settled(marine->getDailyOceanCurrentData(1.5, -2, dateFromSeconds(midnight + 9 * day - 1), {}, "abc"));
   ASSERT_EQ(stream->timeSeries.size(), 24U) << "nothing ends the last day";
   EXPECT_EQ(textOf({stream->timeSeries.back()}), "Velocity 215 direction=215.0");
   EXPECT_TRUE(stream->events.empty());
   EXPECT_EQ(temperatures(midnight - 1)->timeSeries.size(), 1U) << "what the first midnight ends";
   EXPECT_EQ(temperatures(midnight + 6), first) << "one object";
-  const auto nearest = [&](double time) {
-    const auto one = ask(marine->getTemperatureDataAtTime(1.5, -2, dateFromSeconds(time), {}, "abc"));
-    return one && one->timeSeries.size() == 1 ? one->timeSeries[0]->value : -1;
-  };
-  EXPECT_EQ(nearest(midnight + day - 1), 24) << "of the day itself";
-  EXPECT_EQ(nearest(midnight - 5401), -1);
-  EXPECT_EQ(requests(), 1U);
+  EXPECT_EQ(asked(), 1U);
   EXPECT_EQ(swell(midnight + 9 * day), nullptr);
   EXPECT_EQ(swell(midnight + 9 * day), nullptr);
-  EXPECT_EQ(requests(), 3U) << "an absence is not remembered";
+  EXPECT_EQ(asked(), 3U) << "an absence is not remembered";
 }
 
 TEST_F(OpenMeteoProvidersTest, WhatIsMissingIsNoSample) {
@@ -179,8 +164,6 @@ TEST_F(OpenMeteoProvidersTest, WhatIsMissingIsNoSample) {
   scriptMarine(marineAnswer(R"("2025-03-07T23:00","2025-03-09T00:00")", "1,2"));
   EXPECT_EQ(textOf(temperatures(midnight + 2 * day)->timeSeries), "- 1");
   EXPECT_EQ(textOf(temperatures(midnight + 3 * day)->timeSeries), "- 2") << "of the day that it ends";
-  scriptMarine(marineAnswer(R"("","2025-03-07","2025-03-32T00:00","10000-01-01T00:00")", "1,2,3,4"));
-  EXPECT_EQ(temperatures(midnight + 5 * day), nullptr);
 }
 
 TEST_F(OpenMeteoProvidersTest, FailuresAreLoggedAndForgotten) {
@@ -193,15 +176,11 @@ TEST_F(OpenMeteoProvidersTest, FailuresAreLoggedAndForgotten) {
   for (int i = 0; i < 10'000; ++i) endless += ",\"\"";
   const std::pair<std::string, const char*> bad[] = {
       {"", "no JSON"},
-      {good.substr(0, good.size() - 1), "no JSON"},
-      {"[]", "no object"},
       {with(R"("latitude")", R"("error":true,"latitude")"), "the service refuses"},
       {with(R"("hourly":)", R"("weekly":)"), "no hours"},
-      {with(R"("time":[)", R"("times":[)"), "no hours"},
       {with(R"("2025-03-05T00:00")", "null"), "a time that is no text"},
       {with(R"("ocean_current_direction":[1)", R"("ocean_current_direction":["1")"),
        "something else than numbers in ocean_current_direction"},
-      {with(R"("swell_wave_period":[1)", R"("swell_wave_period":[1e999)"), "numbers in swell_wave_period"},
       {with(R"("swell_wave_height":[1,2])", R"("swell_wave_height":{})"), "no array swell_wave_height"},
       {marineAnswer(endless, "1"), "more hours than a forecast"}};
   for (const auto& [body, error] : bad) {
@@ -216,7 +195,7 @@ TEST_F(OpenMeteoProvidersTest, FailuresAreLoggedAndForgotten) {
   fake.http->script(marineUrl(), failedAnswer("no way to " + marineUrl() + " nor with Sec+ret"));
   EXPECT_EQ(currents(midnight, midnight), nullptr);
   expectLog("apikey=*** nor with ***");
-  EXPECT_EQ(requests(), std::size(bad) + 2);
+  EXPECT_EQ(asked(), std::size(bad) + 2);
   scriptMarine(good);
   EXPECT_TRUE(temperatures(midnight));
 
@@ -224,24 +203,20 @@ TEST_F(OpenMeteoProvidersTest, FailuresAreLoggedAndForgotten) {
   EXPECT_EQ(wind(midnight), nullptr);
   expectLog("Error fetching wind data: the answer has something else than numbers in wind_gusts_10m");
 
-  fake.settings.openMeteoMarineBaseURL = "ftp://sea.test";
-  make();
-  EXPECT_EQ(temperatures(midnight), nullptr);
-  expectLog("is no address");
   for (const auto& line : fake.log->lines()) EXPECT_EQ(line.find("Sec"), std::string::npos) << line;
 }
 
 TEST_F(OpenMeteoProvidersTest, WhatIsNoPlaceOrDayIsNotAskedFor) {
   for (const double bad : {std::nan(""), HUGE_VAL, 90.1}) {
-    EXPECT_EQ(ask(marine->getDailySwellData(bad, 0, dateFromSeconds(0), {}, "abc")), nullptr);
-    EXPECT_EQ(ask(marine->getOceanCurrentData(bad, 0, Date(), Date(), {}, "abc")), nullptr);
+    EXPECT_EQ(settled(marine->getDailySwellData(bad, 0, dateFromSeconds(0), {}, "abc")), nullptr);
+    EXPECT_EQ(settled(marine->getOceanCurrentData(bad, 0, Date(), Date(), {}, "abc")), nullptr);
     EXPECT_EQ(wind(midnight, {}, bad), nullptr);
   }
   EXPECT_EQ(temperatures(1e300), nullptr);
   EXPECT_EQ(wind(1e300), nullptr);
   EXPECT_EQ(currents(0, HUGE_VAL), nullptr);
   EXPECT_EQ(currents(1, 0), nullptr);
-  EXPECT_EQ(requests(), 0U);
+  EXPECT_EQ(asked(), 0U);
 }
 
 TEST_F(OpenMeteoProvidersTest, DaysAreThoseOfTheCallersZone) {
@@ -255,7 +230,7 @@ TEST_F(OpenMeteoProvidersTest, DaysAreThoseOfTheCallersZone) {
   EXPECT_EQ(secondsOf(temperatures(1741510800, *TimeZone::named("Etc/GMT+5"))->timeSeries[0]->date),
             1741496400)
       << "the same day of another zone is another day";
-  EXPECT_EQ(requests(), 2U);
+  EXPECT_EQ(asked(), 2U);
 
   // The day of this change begins at one o'clock, which also ends the day before.
   const TimeZone cairo = *TimeZone::named("Africa/Cairo");
@@ -275,13 +250,13 @@ TEST_F(OpenMeteoProvidersTest, AnIntervalHasEachInstantOnce) {
                        answer->timeSeries.back()->value);
   };
   EXPECT_EQ(ends(currents(midnight, midnight + 3 * day)), "73 0 72");
-  EXPECT_EQ(requests(), 2U);
+  EXPECT_EQ(asked(), 2U);
   EXPECT_EQ(ends(currents(midnight + 0.5, midnight + 3 * day - 0.5)), "71 1 71");
   EXPECT_EQ(ends(currents(midnight + day, midnight + day)), "1 24 24");
   EXPECT_TRUE(currents(midnight + 1, midnight + 2)->timeSeries.empty()) << "a known day without an hour";
-  EXPECT_EQ(requests(), 2U);
+  EXPECT_EQ(asked(), 2U);
   EXPECT_EQ(ends(currents(-6e10, 2e11)), "216 0 215");
-  EXPECT_EQ(requests(), 3U) << "one request for what is not known, whatever its length";
+  EXPECT_EQ(asked(), 3U) << "one request for what is not known, whatever its length";
   EXPECT_EQ(currents(midnight + 30 * day, midnight + 31 * day), nullptr);
   scriptMarine("{}");
   EXPECT_EQ(ends(currents(midnight + 8 * day, midnight + 10 * day)), "24 192 215") << "what is known";
@@ -293,9 +268,9 @@ TEST_F(OpenMeteoProvidersTest, AFullMemoryForgetsTheOldest) {
   // Ten days of each place.
   for (int i = 0; i < 12; ++i) EXPECT_TRUE(temperatures(midnight + 8 * day, {}, std::to_string(i)));
   EXPECT_TRUE(temperatures(midnight, {}, "2") && temperatures(midnight, {}, "11"));
-  EXPECT_EQ(requests(), 12U);
+  EXPECT_EQ(asked(), 12U);
   EXPECT_TRUE(temperatures(midnight, {}, "1"));
-  EXPECT_EQ(requests(), 13U);
+  EXPECT_EQ(asked(), 13U);
 }
 
 TEST_F(OpenMeteoProvidersTest, QuestionsForOneForecastShareItsRequest) {
@@ -324,7 +299,7 @@ TEST_F(OpenMeteoProvidersTest, QuestionsForOneForecastShareItsRequest) {
     if (answers) {
       ASSERT_TRUE(fake.http->answer(marineUrl(), answerOf(nineDays())));
       ASSERT_TRUE(fake.settle());
-      EXPECT_EQ(requests(), 2U);
+      EXPECT_EQ(asked(), 2U);
     }
     make();
     EXPECT_EQ(completions.outstanding(), 0U) << "the end of a provider ends every wait";
@@ -344,9 +319,9 @@ TEST_F(OpenMeteoProvidersTest, WindOfADayEndsBeforeTheNextMidnight) {
   EXPECT_TRUE(first->speedUnit == "mph" && first->latitude == 1.5 && first->longitude == -2);
   EXPECT_EQ(wind(midnight + day)->timeSeries.size(), 24U);
   EXPECT_EQ(wind(midnight), first);
-  EXPECT_EQ(requests(), 1U);
+  EXPECT_EQ(asked(), 1U);
   EXPECT_EQ(wind(midnight - 1), nullptr);
-  EXPECT_EQ(requests(), 2U);
+  EXPECT_EQ(asked(), 2U);
   scriptWind(hoursFrom(5, 1), "null,1,2,3", "1,null,2,null", "1,2.25", "Etc/GMT%2B5");
   const auto gaps = wind(midnight + day / 2, *TimeZone::named("Etc/GMT+5"));
   EXPECT_EQ(textOf(gaps->timeSeries), "Wind 1 gust=2.25; Wind 2 direction=2.0; Wind 3");
@@ -354,30 +329,26 @@ TEST_F(OpenMeteoProvidersTest, WindOfADayEndsBeforeTheNextMidnight) {
 }
 
 TEST(LocalHoursTest, ReadsWhatTheStrictReaderReads) {
-  std::mt19937_64 random(11);
   for (const char* const name : {"America/Los_Angeles", "Africa/Casablanca", "Australia/Lord_Howe",
                                  "America/Havana", "Pacific/Apia"}) {
     const TimeZone zone = *TimeZone::named(name);
     LocalHours hours(zone);
-    std::int64_t local = 0;
-    for (int i = 0; i < 20'000; ++i) {
-      // From before one clock change or another within two centuries on by some hours, or back.
-      if (i % 100 == 0) {
-        const auto period =
-            zone.offsetPeriod(static_cast<std::int64_t>(random() % 6'300'000'000) - 2'000'000'000);
-        local = (period.until + period.offset) / 1800 * 1800 - 43'200;
+    for (OffsetPeriod period = zone.offsetPeriod(0); period.until < 4'000'000'000;
+         period = zone.offsetPeriod(period.until)) {
+      const std::int64_t change = (period.until + period.offset) / 1800 * 1800;
+      // Half hours over some days about each change of the clocks, every fourth out of order.
+      for (int i = -120; i <= 120; ++i) {
+        const CivilTime civil = TimeZone().civil(change + (i % 4 == 0 ? i - 7 : i) * 1800);
+        const std::string text = fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}", civil.year, civil.month,
+                                             civil.day, civil.hour, civil.minute);
+        const auto hour = hours.read(text);
+        const auto exact = ocean_times::localInstant(text, zone);
+        ASSERT_EQ(hour.has_value(), exact.has_value()) << name << " " << text;
+        if (!hour) continue;
+        ASSERT_EQ(hour->instant, *exact) << name << " " << text;
+        const auto its = ocean_times::dayOf(dateFromSeconds(static_cast<double>(*exact)), zone);
+        ASSERT_EQ(hour->beginsDay, its->start == *exact) << name << " " << text;
       }
-      local += (static_cast<std::int64_t>(random() % 8) - 2) * 1800;
-      const CivilTime civil = TimeZone().civil(local);
-      const std::string text = fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}", civil.year, civil.month,
-                                           civil.day, civil.hour, civil.minute);
-      const auto hour = hours.read(text);
-      const auto exact = ocean_times::localInstant(text, zone);
-      ASSERT_EQ(hour.has_value(), exact.has_value()) << name << " " << text;
-      if (!hour) continue;
-      ASSERT_EQ(hour->instant, *exact) << name << " " << text;
-      const auto its = ocean_times::dayOf(dateFromSeconds(static_cast<double>(*exact)), zone);
-      ASSERT_EQ(hour->beginsDay, its->start == *exact) << name << " " << text;
     }
   }
   LocalHours hours{TimeZone()};

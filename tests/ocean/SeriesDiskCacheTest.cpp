@@ -2,19 +2,13 @@
 
 #include <cmath>
 
-#include "support/HostTest.h"
+#include "ocean/OceanHostTest.h"
 
 namespace marlune::testing {
 namespace {
 
-class SeriesDiskCacheTest : public HostTest {
+class SeriesDiskCacheTest : public OceanHostTest {
  protected:
-  std::string path(const std::string& name) { return fake.container(kGroupContainerName) + "/" + name; }
-  std::string bytes(const std::string& name) { return fake.files->read(path(name)).value_or("none"); }
-  void put(const std::string& name, const std::string& text) {
-    ASSERT_TRUE(fake.files->write(fake.container(kGroupContainerName), path(name), text,
-                                  FileSystem::Durability::cache));
-  }
   static std::shared_ptr<const TimeSeriesData> sample(double date, double value) {
     return std::make_shared<const TimeSeriesData>(dateFromSeconds(date), value);
   }
@@ -31,7 +25,7 @@ TEST_F(SeriesDiskCacheTest, GivesBackWhatItSaved) {
       std::make_shared<const TimeSeriesData>(dateFromSeconds(0), 1e300, TimeSeriesData::Attributes{}, "")};
   cache.save(samples, "a.json");
   EXPECT_EQ(
-      bytes("a.json"),
+      kept("a.json"),
       R"([{"t":1741132800,"v":12.5},{"t":1741136400.25,"v":-3},)"
       R"({"t":0,"v":0.1,"a":{"gust":"1.0","url":"http://a/b\"\\\u000aé"},"s":"Wind"},{"t":0,"v":1e+300,"s":""}])");
   const auto loaded = cache.load("a.json", std::nullopt);
@@ -45,7 +39,7 @@ TEST_F(SeriesDiskCacheTest, GivesBackWhatItSaved) {
         << "none is absent, not empty";
   }
   cache.save({}, "a.json");
-  EXPECT_EQ(bytes("a.json"), "[]");
+  EXPECT_EQ(kept("a.json"), "[]");
   EXPECT_EQ(cache.load("a.json", 0)->size(), 0U) << "an empty list is one";
 }
 
@@ -62,10 +56,9 @@ TEST_F(SeriesDiskCacheTest, AFileIsFreshUpToItsAgeAndFromTheFuture) {
 }
 
 TEST_F(SeriesDiskCacheTest, WhatIsNoSeriesIsNothing) {
-  for (const char* text :
-       {"", "{}", "null", "[1]", "[{}]", R"([{"t":1}])", R"([{"t":"1","v":2}])", R"([{"t":1,"v":null}])",
-        R"([{"t":1,"v":2,"a":[]}])", R"([{"t":1,"v":2,"a":{"b":1}}])", R"([{"t":1,"v":2,"s":1}])",
-        R"([{"t":1,"v":2},{"t":1}])", R"([{"t":1,"v":2})", R"([{"t":1,"v":1e999}])"}) {
+  for (const char* text : {"", "{}", "[1]", "[{}]", R"([{"t":"1","v":2}])", R"([{"t":1,"v":null}])",
+                           R"([{"t":1,"v":2,"a":{"b":1}}])", R"([{"t":1,"v":2,"s":1}])",
+                           R"([{"t":1,"v":2},{"t":1}])", R"([{"t":1,"v":2})", R"([{"t":1,"v":1e999}])"}) {
     put("a.json", text);
     EXPECT_FALSE(cache.load("a.json", std::nullopt)) << text;
   }
@@ -77,29 +70,29 @@ TEST_F(SeriesDiskCacheTest, WhatIsNoSeriesIsNothing) {
   expectLog("Series cache: b.json has a number or a text that JSON cannot hold");
   cache.save({sample(1, 2)}, "../a.json");
   cache.save({sample(1, std::nan(""))}, "b.json");
-  EXPECT_EQ(bytes("b.json"), "none");
+  EXPECT_EQ(kept("b.json"), "none");
 }
 
 TEST_F(SeriesDiskCacheTest, TheFirstLoadSweepsWhatIsOlderThanThirtyDays) {
   const char* const swept[] = {"noaa_water_temperature_1_20250305.json", "noaa_air_temperature_x",
                                "noaa_wind_", "nws_wind_a"};
-  const char* const kept[] = {"nws_points_a.json", "noaa_currents_a.json", "ukho_streams_a.json",
-                              "anoaa_wind_"};
+  const char* const staying[] = {"nws_points_a.json", "noaa_currents_a.json", "ukho_streams_a.json",
+                                 "anoaa_wind_"};
   for (const char* name : swept) put(name, "[]");
-  for (const char* name : kept) put(name, "[]");
+  for (const char* name : staying) put(name, "[]");
   fake.clock->advance(std::chrono::duration<double>(1));
   put("noaa_wind_young", "[]");
   fake.clock->advance(std::chrono::duration<double>(2'592'000));
   EXPECT_TRUE(cache.load("nws_points_a.json", std::nullopt));
   ASSERT_TRUE(fake.settle());
-  for (const char* name : swept) EXPECT_EQ(bytes(name), "none") << name;
-  for (const char* name : kept) EXPECT_EQ(bytes(name), "[]") << name;
-  EXPECT_EQ(bytes("noaa_wind_young"), "[]") << "exactly thirty days are not more";
+  for (const char* name : swept) EXPECT_EQ(kept(name), "none") << name;
+  for (const char* name : staying) EXPECT_EQ(kept(name), "[]") << name;
+  EXPECT_EQ(kept("noaa_wind_young"), "[]") << "exactly thirty days are not more";
   put("noaa_wind_later", "[]");
   fake.clock->advance(std::chrono::duration<double>(2'592'001));
   EXPECT_TRUE(cache.load("nws_points_a.json", std::nullopt));
   ASSERT_TRUE(fake.settle());
-  EXPECT_EQ(bytes("noaa_wind_later"), "[]") << "only once";
+  EXPECT_EQ(kept("noaa_wind_later"), "[]") << "only once";
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <functional>
 #include <memory>
 #include <string>
@@ -13,7 +12,6 @@
 #include "services/NwsService.h"
 #include "services/OpenMeteoService.h"
 #include "services/StreamRatesService.h"
-#include "support/TemporaryFolder.h"
 
 namespace marlune::services {
 namespace {
@@ -138,34 +136,22 @@ TEST_F(OceanServicesTest, nullsAndReasonsOfOpenMeteo) {
 }
 
 TEST_F(OceanServicesTest, streamsHaveTheServicesFormsAndRefusals) {
-  testing::TemporaryFolder folder;
-  const StreamRatesService everywhere(std::make_shared<const ListedStations>(folder.path()));
-  const auto rates = [&](const Service& service, const std::string& id, const char* begin, int hours) {
-    return ask(service,
-               fmt::format("/uktidalapi-premium/api/V2/Streams/{}/TidalStreamRates?dateTime={}&duration={}"
-                           "&interval=30",
-                           id, begin, hours));
+  const StreamRatesService streams(std::make_shared<const ListedStations>(MARLUNE_SOURCE_RESOURCES));
+  const auto rates = [&](const std::string& target, bool withKey = true) {
+    return ask(streams, "/uktidalapi-premium/api/V2/Streams/" + target, withKey);
   };
-  const Answer day = rates(everywhere, "TS_12", "2025-03-05T00:00:00Z", 24);
+  const std::string good = "/TidalStreamRates?dateTime=2025-03-05T00:00:00Z&duration=24&interval=30";
+  const Answer day = rates("own-alderney-race" + good);
   ASSERT_EQ(day.json.Size(), 48U);
   EXPECT_TRUE(day.plain.body.starts_with(R"([{"DateTime":"2025-03-05T00:00:00Z","Speed":)"));
   for (const Value& rate : day.json.GetArray()) {
     EXPECT_GE(rate["Bearing"].GetDouble(), 0);
     EXPECT_LT(rate["Bearing"].GetDouble(), 360);
   }
-
-  const auto status = [&](const std::string& target, bool withKey = true) {
-    return ask(everywhere, "/uktidalapi-premium/api/V2/Streams/" + target, withKey).status();
-  };
-  const std::string good = "/TidalStreamRates?dateTime=2025-03-05T00:00:00Z&duration=24&interval=30";
-  EXPECT_EQ(status("A1" + good, false), 401);
-  EXPECT_EQ(status("A 1" + good), 404);
-  EXPECT_EQ(status("A1/TidalStreamRates?dateTime=2025-03-05&duration=24&interval=30"), 400);
-  std::ofstream(folder.path() + "/stream_stations_uk.json")
-      << R"({"features":[{"geometry":{"coordinates":[1.5,51]},"properties":{"Id":"A1","Name":"Off"}},{}]})";
-  const StreamRatesService known(std::make_shared<const ListedStations>(folder.path()));
-  EXPECT_EQ(rates(known, "A1", "2025-03-05T00:00:00Z", 24).status(), 200);
-  EXPECT_EQ(rates(known, "A2", "2025-03-05T00:00:00Z", 24).status(), 404);
+  EXPECT_EQ(rates("own-alderney-race" + good, false).status(), 401);
+  EXPECT_EQ(rates("own-nowhere" + good).status(), 404);
+  EXPECT_EQ(rates("own-alderney-race/TidalStreamRates?dateTime=2025-03-05&duration=24&interval=30").status(),
+            400);
 }
 
 }  // namespace

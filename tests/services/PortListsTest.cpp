@@ -2,12 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <fstream>
 #include <set>
 #include <string>
 
 #include "services/Harmonics.h"
 #include "services/RegionalPorts.h"
 #include "services/ResourceFiles.h"
+#include "support/TemporaryFolder.h"
 
 namespace marlune::services {
 namespace {
@@ -100,6 +103,22 @@ TEST(PortLists, theShippedPortsHaveTides) {
   EXPECT_TRUE(without.empty()) << *without.begin();
 
   for (const PortList list : kLists) EXPECT_NE(ports.find(list, defaultPort(list)), nullptr);
+}
+
+TEST(MakeRegionalStations, writesWholeListsOnly) {
+  const testing::TemporaryFolder folder;
+  const auto make = [&](const std::string& list) {
+    std::ofstream(folder / "list", std::ios::binary) << list;
+    const std::string command = std::string(MARLUNE_MAKE_REGIONAL_STATIONS) + " " + folder.path() +
+                                " --bureau " + (folder / "list") + " > /dev/null 2>&1";
+    return WEXITSTATUS(std::system(command.c_str()));
+  };
+  EXPECT_EQ(make(collection(bureauFeature("") + ",{}")), 0);
+  const std::string made = fileText(folder / "stations_australia.json");
+  EXPECT_EQ(readPorts(PortList::bureau, made).ports.size(), 1U);
+  EXPECT_EQ(make(collection(bureauFeature("")).substr(0, 300)), 1);
+  EXPECT_EQ(make(collection(bureauFeature(R"("AAC":"SA_TP001",)"))), 1) << "without the default port";
+  EXPECT_TRUE(fileText(folder / "stations_australia.json") == made) << "a failure leaves what is there";
 }
 
 }  // namespace

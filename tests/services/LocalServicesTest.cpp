@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <string>
 #include <utility>
 
@@ -8,10 +7,6 @@
 
 namespace marlune::services {
 namespace {
-
-using namespace std::chrono_literals;
-
-const std::string kYear = "/v1/tideapi.php?op=highlowtide&version=1&format=xml&id=398997177&year=2026";
 
 using LocalServicesTest = ServicesTest;
 
@@ -33,34 +28,6 @@ TEST_F(LocalServicesTest, eachPathReachesItsService) {
       {"/v1/tideapi.php?op=highlowtide&version=1&format=xml&id=1&year=2026", "<error"}};
   for (const auto& [target, part] : cases)
     EXPECT_NE(get(target).text.find(part), std::string::npos) << target;
-}
-
-TEST_F(LocalServicesTest, eachFaultReachesTheClient) {
-  const std::size_t whole = get(kYear).text.size();
-  const struct {
-    Fault fault;
-    std::string error;  // a part of it
-    std::size_t size = 0;
-  } cases[] = {
-      {{.kind = Fault::Kind::cut, .bytes = 1000}, std::to_string(whole - 1000) + " bytes remaining"},
-      {{.kind = Fault::Kind::reset}, "reset"},
-      {{.kind = Fault::Kind::oversize, .bytes = 300000}, "", 300000},
-      {{.kind = Fault::Kind::redirect, .status = 301, .address = "/points/0"},
-       "",
-       get("/points/0").text.size()},
-      {{.kind = Fault::Kind::none, .delay = 30ms}, "", whole},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(faultName(c.fault.kind));
-    services.faults().add(c.fault);
-    const auto begin = std::chrono::steady_clock::now();
-    const Received answer = get(kYear);
-    EXPECT_GE(std::chrono::steady_clock::now() - begin, c.fault.delay);
-    EXPECT_NE(answer.error.find(c.error), std::string::npos) << answer.error;
-    EXPECT_EQ(answer.error.empty(), c.error.empty()) << answer.error;
-    EXPECT_EQ(answer.text.size(), c.size);
-  }
-  EXPECT_EQ(get(kYear).text.size(), whole);
 }
 
 }  // namespace

@@ -112,25 +112,6 @@ class WorldTableTest : public ::testing::Test {
   std::string error;
 };
 
-TEST_F(WorldTableTest, theNearestIsFoundAcrossTheDateLineAndAtAPole) {
-  const auto table = load(kTable);
-  ASSERT_TRUE(table);
-  const struct {
-    double latitude, longitude;
-    const char* key;
-    double kilometres;
-  } cases[] = {{10, 179.9, "a/one", 0},
-               {10, -179.99, "a/one", 12.05},
-               {10, -179.9, "a/two", 10.95},
-               {-90, 0, "noaa/1234567", 1111.9},
-               {-80, 380.5 - 360, "noaa/1234567", 0}};
-  for (const auto& c : cases) {
-    const auto found = table->nearest(c.latitude, c.longitude);
-    EXPECT_EQ(found.station->key, c.key);
-    EXPECT_NEAR(found.kilometres, c.kilometres, 0.1) << c.key;
-  }
-}
-
 TEST_F(WorldTableTest, damagedLinesAreLeftOutAlone) {
   EXPECT_FALSE(load("marlune world stations 2\n"));
   for (const char* line :

@@ -202,6 +202,7 @@ TEST_F(OceanServiceTest, DestroyedWithQuestionsOpenItAnswersEachOnceWithNothing)
   ocean->getDailyWindDataFor(0, 0, date, utc, "a", none("wind"));
   abroad->getDailyOceanCurrentDataFor(0, 0, date, utc, "a", none("streams"));
   ASSERT_TRUE(fake.http->waitForRequests(4));
+  EXPECT_EQ(asked(), 4U) << "both temperatures share one";
   auto never = ocean->getDailySwellData(0, 0, date, utc, "a");
   ocean.reset();
   abroad.reset();

@@ -43,18 +43,6 @@ TEST_F(SeriesDiskCacheTest, GivesBackWhatItSaved) {
   EXPECT_EQ(cache.load("a.json", 0)->size(), 0U) << "an empty list is one";
 }
 
-TEST_F(SeriesDiskCacheTest, AFileIsFreshUpToItsAgeAndFromTheFuture) {
-  cache.save({sample(1, 2)}, "a.json");
-  fake.clock->advance(std::chrono::duration<double>(1800));
-  EXPECT_TRUE(cache.load("a.json", 1800));
-  EXPECT_FALSE(cache.load("a.json", 1799.5));
-  fake.clock->advance(std::chrono::duration<double>(1e9));
-  EXPECT_FALSE(cache.load("a.json", 1800));
-  EXPECT_TRUE(cache.load("a.json", std::nullopt));
-  fake.clock->advance(std::chrono::duration<double>(-2e9));
-  EXPECT_TRUE(cache.load("a.json", 1800)) << "a clock set back";
-}
-
 TEST_F(SeriesDiskCacheTest, WhatIsNoSeriesIsNothing) {
   for (const char* text : {"", "{}", "[1]", "[{}]", R"([{"t":"1","v":2}])", R"([{"t":1,"v":null}])",
                            R"([{"t":1,"v":2,"a":{"b":1}}])", R"([{"t":1,"v":2,"s":1}])",

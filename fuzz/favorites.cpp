@@ -1,15 +1,10 @@
-#include <cstdint>
 #include <map>
 #include <memory>
-#include <string>
-#include <string_view>
 #include <vector>
 
-#include "fuzz/Require.h"
+#include "fuzz/Target.h"
 #include "marlune/platform/NotificationHub.h"
 #include "marlune/storage/FavoriteListManager.h"
-
-using namespace marlune;
 
 namespace {
 
@@ -109,8 +104,7 @@ void store(FileAccess& files, std::string_view name, std::string_view bytes) {
 }  // namespace
 
 /// Any bytes as the list of favourites, and as the archive of the worldwide points.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+MARLUNE_FUZZ_TARGET(bytes) {
   const auto folder = std::make_shared<Files>();
   const auto files = std::make_shared<FileAccess>(folder, folder);
   store(*files, listName, bytes);
@@ -129,5 +123,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   archived.favorites.SaveToDisk();
   store(*files, archiveName, bytes);  // the list of its points beside the archive as it came
   check(files, points.empty() ? nullptr : &points);
-  return 0;
 }

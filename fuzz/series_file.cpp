@@ -1,13 +1,8 @@
-#include <cstdint>
 #include <memory>
-#include <string>
-#include <string_view>
 
-#include "fuzz/Require.h"
+#include "fuzz/Target.h"
 #include "marlune/ocean/SeriesDiskCache.h"
 #include "marlune/platform/ManualClock.h"
-
-using namespace marlune;
 
 namespace {
 
@@ -49,9 +44,9 @@ bool isSame(const TimeSeriesData& a, const TimeSeriesData& b) {
 }  // namespace
 
 /// What any bytes are read as can be written, and is read the same again.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+MARLUNE_FUZZ_TARGET(bytes) {
   const auto file = std::make_shared<OneFile>();
-  file->bytes.assign(reinterpret_cast<const char*>(data), size);
+  file->bytes.assign(bytes);
   Host host;
   host.files = file;
   host.folders = file;
@@ -60,11 +55,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   host.clock = std::make_shared<Clock0>();
   const SeriesDiskCache cache(host);
   const auto samples = cache.load("a.json", 0);
-  if (!samples) return 0;
+  if (!samples) return;
   cache.save(*samples, "a.json");
   const auto again = cache.load("a.json", std::nullopt);
   MARLUNE_FUZZ_REQUIRE(again && again->size() == samples->size());
   for (std::size_t i = 0; i < samples->size(); ++i)
     MARLUNE_FUZZ_REQUIRE(isSame(*(*samples)[i], *(*again)[i]));
-  return 0;
 }

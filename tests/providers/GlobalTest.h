@@ -24,7 +24,7 @@ class RegionBundle : public ApplicationBundle {
 /// A provider with a worldwide point at 1.5, 2 in UTC+1, which is not registered.
 class GlobalTest : public ProviderTest {
  protected:
-  explicit GlobalTest(const FakeHostOptions& options = {}) : ProviderTest(options) {
+  GlobalTest() {
     point->stationId = "global_5";
     point->coordinate = {1.5, 2};
     point->timezoneName = "Etc/GMT-1";
@@ -74,12 +74,6 @@ class GlobalTest : public ProviderTest {
   NotificationRecorder seen{*fake.notifications};
   std::shared_ptr<TideStation> point = std::make_shared<TideStation>();
 };
-
-inline std::vector<std::string> namesOf(const std::vector<Notification>& posted) {
-  std::vector<std::string> names;
-  for (const auto& each : posted) names.push_back(each.name);
-  return names;
-}
 
 inline std::string idsOf(const TideDataProvider::Stations& stations) {
   std::string ids;

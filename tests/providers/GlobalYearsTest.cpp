@@ -50,7 +50,6 @@ TEST_F(GlobalYearsTest, AYearIsFiledByTheMonthsOfItsPlace) {
 TEST_F(GlobalYearsTest, TheMainThreadNeverWaits) {
   EXPECT_FALSE(provider->ensureGlobalYearCached(point, 2024));
   EXPECT_FALSE(provider->populateCacheForStation(point, 2024, 5));
-  EXPECT_FALSE(provider->fetchGlobalYearEventsBlocking(point, 2024));
   EXPECT_FALSE(provider->tideEventsForStation(point, 2024, 5, 0, at(2030, 1, 1)));
   EXPECT_FALSE(provider->getTideDataByTimestamp(point, at(2024, 5, 1), at(2024, 5, 9)));
   EXPECT_TRUE(fake.http->requests().empty());
@@ -162,16 +161,10 @@ TEST_F(GlobalYearsTest, APointThatIsHandedInIsKnownFromThenOn) {
   const std::vector<std::function<void()>> operations = {
       [&] { provider->registerGlobalStation(point); },
       [&] { provider->beginGetHighLowTideData(point, date, nullptr, false); },
-      [&] { provider->loadTideEventsForStation(point, date); },
       [&] { fetchedPoint(date, date); },
       [&] { provider->populateCacheForStation(point, 2024, 5); },
-      [&] { provider->getTideDataByTimestamp(point, 0, 1); },
-      [&] { provider->queueRefreshDataTaskForStation(point); },
-      [&] { provider->verifyAndDownloadFavoriteStationData(point); },
       [&] { provider->ensureGlobalYearCached(point, 2024); },
-      [&] {
-        provider->cacheGlobalYearEvents({{0, 1, true}}, point, 1970);
-      }};
+  };
   for (const auto& operation : operations) {
     provider = make();
     operation();

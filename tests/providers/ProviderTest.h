@@ -14,11 +14,17 @@
 
 namespace marlune::testing {
 
+inline std::vector<std::string> namesOf(const std::vector<Notification>& posted) {
+  std::vector<std::string> names;
+  for (const auto& each : posted) names.push_back(each.name);
+  return names;
+}
+
 /// A provider over fakes: 2024-05-15 12:00 UTC, a station in UTC, and year documents of its making. The
 /// service of worldwide points fails until a test scripts it.
 class ProviderTest : public HostTest {
  protected:
-  explicit ProviderTest(const FakeHostOptions& options = {}) : HostTest(options) {
+  ProviderTest() {
     fake.settings.tideApiHost = "tides.test";
     fake.settings.supportEmail = "help@tides.test";
     fake.settings.globalTidesBaseURL = "http://points.test";
@@ -51,6 +57,26 @@ class ProviderTest : public HostTest {
       }
     }
     return text + "</tides>" + std::string(2600, ' ');
+  }
+
+  /// A forecast of the Bureau for 2024 with `perMonth` events in each month up to `lastMonth`, every six
+  /// hours from the first midnight in `zone` on, `late` seconds later than that.
+  static Bytes bureauForecast(int perMonth, const char* zone, double level = 1.5, int lastMonth = 12,
+                              int late = 0) {
+    const Calendar utc{TimeZone()};
+    const Calendar local{TimeZone::named(zone).value()};
+    std::string text = "<product><forecast>";
+    for (int month = 1; month <= lastMonth; ++month) {
+      const std::int64_t first = local.instant({2024, month, 1, 0, 0, 0}) + late;
+      for (int i = 0; i < perMonth; ++i) {
+        const CivilTime t = utc.components(first + i * 21'600);
+        text += fmt::format(
+            "<element type=\"tide_forecast\" instance=\"{}\" time-utc=\"{}-{:02}-{:02}T{:02}:{:02}:"
+            "{:02}Z\">{}</element>\n",
+            i % 2 == 0 ? "high" : "low", t.year, t.month, t.day, t.hour, t.minute, t.second, level);
+      }
+    }
+    return text + "</forecast></product>";
   }
 
   static std::string address(int year) {

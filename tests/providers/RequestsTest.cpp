@@ -7,6 +7,7 @@ namespace marlune {
 namespace {
 
 using Names = std::vector<std::string>;
+using testing::namesOf;
 
 class RequestsTest : public testing::ProviderTest {
  protected:
@@ -22,11 +23,6 @@ class RequestsTest : public testing::ProviderTest {
   std::vector<Notification> settled() {
     EXPECT_TRUE(fake.settle());
     return seen.take();
-  }
-  static Names namesOf(const std::vector<Notification>& posted) {
-    Names names;
-    for (const auto& each : posted) names.push_back(each.name);
-    return names;
   }
 
   testing::NotificationRecorder seen{*fake.notifications};
@@ -101,6 +97,10 @@ TEST_F(RequestsTest, ADownloadEndsInCompletedOrError) {
     begin(dateAt(2024, 5, 20));
     const auto posted = settled();
     EXPECT_EQ(namesOf(posted), names);
+    EXPECT_EQ(posted[1].object, provider.get());
+    EXPECT_EQ(std::any_cast<std::string>(posted[1].userInfo->at("filename")), fileName(2024));
+    EXPECT_GE(std::any_cast<double>(posted[1].userInfo->at("duration")), 0.0);
+    EXPECT_EQ(kept(2024) != nullptr, size == 2501);
     EXPECT_EQ(onMain, 2) << "the download's own notification comes from its thread";
     EXPECT_EQ(std::any_cast<Date>(posted.back().userInfo->at("date")), dateAt(2024, 5, 20));
   }
@@ -183,13 +183,11 @@ TEST_F(RequestsTest, ARangeThatIsMissingIsTransferredFrom251BytesOn) {
   EXPECT_EQ(fetched(dateAt(2024, 5, 1), dateAt(2024, 6, 30)), 62) << "and the bad file is overcome";
   EXPECT_EQ(months->cachedEvents("7", 2024, 6)->size(), 31U);
   EXPECT_EQ(fake.http->requests().size(), 3U);
-  EXPECT_TRUE(settled().empty()) << "a range fetch posts nothing";
-}
-
-TEST_F(RequestsTest, OneEventIsNotEnoughForARange) {
+  provider->clearCache();
+  months->evictAll();
   keep(2024, document(2024, 1));
-  fake.http->script(address(2024), testing::answerOf(document(2024, 31)));
-  EXPECT_EQ(fetched(dateAt(2024, 5, 1), dateAt(2024, 5, 30)), 31);
+  EXPECT_EQ(fetched(dateAt(2024, 5, 1), dateAt(2024, 5, 30)), 31) << "nor is one event enough";
+  EXPECT_TRUE(settled().empty()) << "a range fetch posts nothing";
 }
 
 TEST_F(RequestsTest, ARangeOverNewYearAlsoBringsTheNextYearsFile) {

@@ -29,6 +29,7 @@ class GlobalTest : public ProviderTest {
     point->coordinate = {1.5, 2};
     point->timezoneName = "Etc/GMT-1";
     point->isGlobal = true;
+    station = point;
   }
 
   static std::string yearAddress(int year) {
@@ -48,10 +49,6 @@ class GlobalTest : public ProviderTest {
   }
   void script(int year, const std::string& body, int status = 200) {
     fake.http->script(yearAddress(year), answerOf(body, status));
-  }
-  std::size_t pointInMemory(int year, int month) {
-    const auto list = provider->getTideData("global_5", year, month);
-    return list ? list->size() : 0;
   }
 
   /// Runs `work` on another thread while this one, the main thread, goes on delivering.
@@ -74,11 +71,5 @@ class GlobalTest : public ProviderTest {
   NotificationRecorder seen{*fake.notifications};
   std::shared_ptr<TideStation> point = std::make_shared<TideStation>();
 };
-
-inline std::string idsOf(const TideDataProvider::Stations& stations) {
-  std::string ids;
-  for (const auto& station : stations) ids += station->stationId.value_or("-") + " ";
-  return ids;
-}
 
 }  // namespace marlune::testing

@@ -17,17 +17,6 @@ class GlobalYearsTest : public testing::GlobalTest {
     EXPECT_TRUE(fake.settle());
     return namesOf(seen.take());
   }
-  /// fetchTideEventsForStation of the point; how many events came, -1 for none.
-  int fetchedPoint(Date from, Date to, bool* onMain = nullptr) {
-    int count = -2;
-    provider->fetchTideEventsForStation(point, from, to, [&, once = completions.once("fetch")](auto events) {
-      count = events ? static_cast<int>(events->size()) : -1;
-      if (onMain != nullptr) *onMain = fake.mainThread->isMainThread();
-      once();
-    });
-    EXPECT_TRUE(fake.settle());
-    return count;
-  }
 };
 
 TEST_F(GlobalYearsTest, AYearIsFiledByTheMonthsOfItsPlace) {
@@ -36,9 +25,9 @@ TEST_F(GlobalYearsTest, AYearIsFiledByTheMonthsOfItsPlace) {
                     R"({"time":"2023-12-31T22:40:00Z","level":-1},{"time":"2023-12-31T23:10:00Z","level":2},)"
                     R"({"time":"2024-12-31T23:00:00Z","level":3})"));
   EXPECT_TRUE(ensure(2024));
-  EXPECT_EQ(pointInMemory(2023, 12), 1U);
-  EXPECT_EQ(pointInMemory(2024, 1), 31U) << "the year begins at 23:00 UTC there";
-  EXPECT_EQ(pointInMemory(2025, 1), 1U);
+  EXPECT_EQ(inMemory(2023, 12), 1U);
+  EXPECT_EQ(inMemory(2024, 1), 31U) << "the year begins at 23:00 UTC there";
+  EXPECT_EQ(inMemory(2025, 1), 1U);
   EXPECT_FALSE(months->cachedEvents("global_5", 2023, 12));
   EXPECT_FALSE(months->cachedEvents("global_5", 2025, 1)) << "only the year that was asked for is written";
   EXPECT_EQ(months->cachedEvents("global_5", 2024, 1)->size(), 31U);
@@ -67,13 +56,13 @@ TEST_F(GlobalYearsTest, AJanuaryOnTheDiskStandsForTheYear) {
     return provider->ensureGlobalYearCached(point, 2024);
   };
   EXPECT_TRUE(fresh({}));
-  EXPECT_EQ(pointInMemory(2024, 12), 30U);
+  EXPECT_EQ(inMemory(2024, 12), 30U);
   EXPECT_TRUE(fresh({2, 12}));
   EXPECT_FALSE(provider->tideEventsForStation(point, 2024, 2, 0, at(2030, 1, 1))) << "a hole stays";
   EXPECT_EQ(provider->tideEventsForStation(point, 2024, 3, 0, at(2030, 1, 1))->size(), 30U);
   months->cacheEvents({{at(2024, 1, 5), 1, true}}, "global_5", 2024, 1);
   EXPECT_FALSE(fresh({})) << "a January of 25 events or fewer does not";
-  EXPECT_EQ(pointInMemory(2024, 3), 30U) << "but what is there is taken";
+  EXPECT_EQ(inMemory(2024, 3), 30U) << "but what is there is taken";
 }
 
 TEST_F(GlobalYearsTest, AMonthRequestEndsInCompletedOrErrorAndItsKeyIsFree) {
@@ -105,7 +94,7 @@ TEST_F(GlobalYearsTest, OneLoadAStationAndYearWhoeverAsks) {
   fake.http->answer(yearAddress(2024), answerOf(yearAnswer(2024)));
   EXPECT_EQ(settled(), Names{begun}) << "the load that is under way tells nobody";
   EXPECT_LE(fake.http->requests().size(), 3U);
-  EXPECT_EQ(pointInMemory(2024, 5), 30U);
+  EXPECT_EQ(inMemory(2024, 5), 30U);
 }
 
 TEST_F(GlobalYearsTest, ARefreshReplacesTheCurrentYear) {
@@ -120,23 +109,22 @@ TEST_F(GlobalYearsTest, ARefreshReplacesTheCurrentYear) {
   script(2024, yearAnswer(2024));
   provider->queueRefreshDataTaskForStation(point);
   EXPECT_EQ(settled(), Names{completed});
-  EXPECT_EQ(pointInMemory(2024, 9), 30U);
-  EXPECT_EQ(pointInMemory(2025, 9), 1U) << "other years stay in memory";
+  EXPECT_EQ(inMemory(2024, 9), 30U);
+  EXPECT_EQ(inMemory(2025, 9), 1U) << "other years stay in memory";
   EXPECT_FALSE(months->cachedEvents("global_5", 2025, 9)) << "and go from the disk";
 }
 
 TEST_F(GlobalYearsTest, ARangeIsFetchedUnlessTwoEventsAreAtHand) {
-  bool onMain = false;
   script(2024, "", 404);
-  EXPECT_EQ(fetchedPoint(dateAt(2024, 5, 1), dateAt(2024, 5, 9), &onMain), -1);
-  EXPECT_TRUE(onMain);
+  EXPECT_EQ(fetched(dateAt(2024, 5, 1), dateAt(2024, 5, 9)), -1);
+  EXPECT_TRUE(cameOnMain);
   EXPECT_EQ(fake.http->requests().size(), 1U);
   provider->cacheGlobalYearEvents({{at(2024, 5, 3), 1, true}}, point, 2024);
-  EXPECT_EQ(fetchedPoint(dateAt(2024, 5, 1), dateAt(2024, 5, 9)), 1) << "one that is found is delivered";
+  EXPECT_EQ(fetched(dateAt(2024, 5, 1), dateAt(2024, 5, 9)), 1) << "one that is found is delivered";
   EXPECT_EQ(fake.http->requests().size(), 2U) << "but not before the service was asked";
   script(2024, yearAnswer(2024, {12}));
   script(2025, yearAnswer(2025, {1}));
-  EXPECT_EQ(fetchedPoint(dateAt(2024, 12, 1), dateAt(2025, 1, 30)), 60);
+  EXPECT_EQ(fetched(dateAt(2024, 12, 1), dateAt(2025, 1, 30)), 60);
 }
 
 TEST_F(GlobalYearsTest, OffTheMainThreadAFailedYearIsAskedForOnce) {
@@ -161,7 +149,7 @@ TEST_F(GlobalYearsTest, APointThatIsHandedInIsKnownFromThenOn) {
   const std::vector<std::function<void()>> operations = {
       [&] { provider->registerGlobalStation(point); },
       [&] { provider->beginGetHighLowTideData(point, date, nullptr, false); },
-      [&] { fetchedPoint(date, date); },
+      [&] { fetched(date, date); },
       [&] { provider->populateCacheForStation(point, 2024, 5); },
       [&] { provider->ensureGlobalYearCached(point, 2024); },
   };
@@ -194,7 +182,7 @@ TEST_F(GlobalYearsTest, ALateAnswerIsDroppedAndTheNextRequestTriesAgain) {
   ASSERT_TRUE(fake.http->waitForRequests(1));
   fake.http->answer(yearAddress(2024), answerOf(yearAnswer(2024)));
   ASSERT_TRUE(fake.settle());
-  EXPECT_EQ(pointInMemory(2024, 5), 0U);
+  EXPECT_EQ(inMemory(2024, 5), 0U);
   provider = std::make_unique<TideDataProvider>(fake.host(), files, months, service);
   EXPECT_TRUE(ensure(2024)) << "from what the service kept";
 }

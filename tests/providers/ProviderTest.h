@@ -20,6 +20,12 @@ inline std::vector<std::string> namesOf(const std::vector<Notification>& posted)
   return names;
 }
 
+inline std::string idsOf(const TideDataProvider::Stations& stations) {
+  std::string ids;
+  for (const auto& station : stations) ids += station->stationId.value_or("-") + " ";
+  return ids;
+}
+
 /// A provider over fakes: 2024-05-15 12:00 UTC, a station in UTC, and year documents of its making. The
 /// service of worldwide points fails until a test scripts it.
 class ProviderTest : public HostTest {
@@ -101,7 +107,7 @@ class ProviderTest : public HostTest {
   }
   Data kept(int year) { return files->loadFileInContainer(kGroupContainerName, fileName(year)); }
   std::size_t inMemory(int year, int month) {
-    const auto list = provider->getTideData("7", year, month);
+    const auto list = provider->getTideData(*station->stationId, year, month);
     return list ? list->size() : 0;
   }
 
@@ -111,12 +117,14 @@ class ProviderTest : public HostTest {
     provider->fetchTideEventsForStation(station, from, to,
                                         [&, once = completions.once("fetch")](auto events) {
                                           count = events ? static_cast<int>(events->size()) : -1;
+                                          cameOnMain = fake.mainThread->isMainThread();
                                           once();
                                         });
     EXPECT_TRUE(fake.settle());
     return count;
   }
 
+  bool cameOnMain = false;                       ///< did what was fetched come on the main thread?
   static constexpr double noon = 1'715'774'400;  // 2024-05-15 12:00 UTC
   static constexpr const char* pointsAddress = "http://points.test/tide-points";
   std::shared_ptr<FileAccess> files;

@@ -161,6 +161,8 @@ TEST_F(FavoriteListManagerTest, SavesWhatChanged) {
   process.change({"b", "a", "global_2", "global_1"}, {});
   favorites.SaveToDisk();
   EXPECT_EQ(*stored(list), listOf({"a", "b", "global_1", "global_2"}));
+  store(archive, {});
+  favorites.saveGlobalFavorites();
   EXPECT_EQ(archivedIn(stored(archive)), (Ids{"global_1", "global_2"}));
 
   process.change({"c"}, {});

@@ -69,7 +69,7 @@ TEST_F(CatalogueTest, FindsByPlace) {
 }
 
 /// Resources that wait until they are let go.
-struct SlowResources : LibraryResources {
+struct SlowResources : testing::FakeResources {
   std::optional<Bytes> read(std::string_view) const override {
     reading.set_value();
     open.wait();
@@ -82,7 +82,7 @@ struct SlowResources : LibraryResources {
 
 TEST_F(CatalogueTest, ASecondThreadWaitsForTheFirstLoad) {
   const auto slow = std::make_shared<SlowResources>();
-  fake.otherResources = slow;
+  fake.resources = slow;
   provider = make();
   std::thread loader([&] { provider->loadStationData(); });
   slow->reading.get_future().wait();

@@ -9,7 +9,7 @@ namespace marlune::testing {
 Host FakeHost::host() const {
   Host host;
   host.application = application;
-  host.resources = otherResources ? otherResources : resources;
+  host.resources = resources;
   host.userDefaults = std::make_shared<PropertyListDefaults>(files, *folders->documents());
   host.folders = folders;
   host.files = files;

@@ -42,7 +42,6 @@ class FakeHost {
   std::shared_ptr<Folders> folders = std::make_shared<FolderLayout>("/data");
   std::shared_ptr<ApplicationBundle> application = std::make_shared<PropertyListBundle>(std::nullopt);
   std::shared_ptr<FakeResources> resources = std::make_shared<FakeResources>();
-  std::shared_ptr<LibraryResources> otherResources;  ///< in place of `resources` when it is set
   std::shared_ptr<FakeHttpClient> http = std::make_shared<FakeHttpClient>(activity);
   std::optional<TimeZone> deviceTimeZone;  ///< UTC when it is not set
   std::shared_ptr<MainLoop> mainThread = std::make_shared<MainLoop>(activity);

@@ -42,12 +42,12 @@ TEST_F(GlobalPointsTest, PointsInsideTheUnitedStatesAreHiddenInThatCountrysBuild
     bool hidden;
   } builds[] = {{std::nullopt, std::nullopt, true}, {"usa", true, false}, {"worldwide", false, false}};
   for (const auto& [region, shown, hidden] : builds) {
-    fake.application = std::make_shared<testing::RegionBundle>(region);
+    fake.application = std::make_shared<PropertyListBundle>(std::nullopt, region);
     provider = make();
     if (shown) fake.host().userDefaults->setBoolean("Stations_ShowUSGlobalPoints", *shown);
     EXPECT_EQ(provider->shouldHideUSGlobalPoints(), hidden) << region.value_or("none");
   }
-  fake.application = std::make_shared<testing::RegionBundle>("usa");
+  fake.application = std::make_shared<PropertyListBundle>(std::nullopt, "usa");
   fake.host().userDefaults->setBoolean("Stations_ShowUSGlobalPoints", false);
   provider = make();
   TideDataProvider::Stations all;

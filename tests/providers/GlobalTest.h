@@ -10,17 +10,6 @@
 
 namespace marlune::testing {
 
-/// The application's bundle in a build for a region.
-class RegionBundle : public ApplicationBundle {
- public:
-  explicit RegionBundle(std::optional<std::string> region) : region_(std::move(region)) {}
-  std::optional<std::string> region() const override { return region_; }
-  std::optional<std::string> information(std::string_view) const override { return std::nullopt; }
-
- private:
-  const std::optional<std::string> region_;
-};
-
 /// A provider with a worldwide point at 1.5, 2 in UTC+1, which is not registered.
 class GlobalTest : public ProviderTest {
  protected:

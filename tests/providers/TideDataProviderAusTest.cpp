@@ -200,6 +200,15 @@ TEST_F(AusTest, AMonthRequestJudgesTheForecastNotTheArchive) {
   EXPECT_EQ(inMemory(2024, 5), 31U);
   EXPECT_TRUE(keptArchive());
 
+  // What older versions left in the documents folder moves and is opened there.
+  provider = makeAus();
+  ASSERT_TRUE(files->removeFileInContainer(kGroupContainerName, kName));
+  ASSERT_TRUE(files->saveFile(kName, packed(whole)));
+  provider->beginGetHighLowTideData(station, dateAt(2024, 5, 15), nullptr, true);
+  ASSERT_TRUE(fake.settle());
+  EXPECT_EQ(inMemory(2024, 5), 31U);
+  EXPECT_FALSE(files->fileExists(kName));
+
   // A forecast below 2500 bytes is none, and is fetched again.
   allowLog("Nil parameter");
   provider = makeAus();

@@ -116,9 +116,9 @@ TEST_F(GlobalYearsTest, ARefreshReplacesTheCurrentYear) {
 
 TEST_F(GlobalYearsTest, ARangeIsFetchedUnlessTwoEventsAreAtHand) {
   script(2024, "", 404);
-  EXPECT_EQ(fetched(dateAt(2024, 5, 1), dateAt(2024, 5, 9)), -1);
+  EXPECT_EQ(fetched(dateAt(2024, 5, 1), dateAt(2024, 6, 9)), -1);
   EXPECT_TRUE(cameOnMain);
-  EXPECT_EQ(fake.http->requests().size(), 1U);
+  EXPECT_EQ(fake.http->requests().size(), 1U) << "both months are of one year";
   provider->cacheGlobalYearEvents({{at(2024, 5, 3), 1, true}}, point, 2024);
   EXPECT_EQ(fetched(dateAt(2024, 5, 1), dateAt(2024, 5, 9)), 1) << "one that is found is delivered";
   EXPECT_EQ(fake.http->requests().size(), 2U) << "but not before the service was asked";
@@ -127,42 +127,16 @@ TEST_F(GlobalYearsTest, ARangeIsFetchedUnlessTwoEventsAreAtHand) {
   EXPECT_EQ(fetched(dateAt(2024, 12, 1), dateAt(2025, 1, 30)), 60);
 }
 
-TEST_F(GlobalYearsTest, OffTheMainThreadAFailedYearIsAskedForOnce) {
-  for (const int year : {2024, 2025}) script(year, "", 404);
-  elsewhere([&] {
-    provider->fetchTideEventsForStation(point, dateAt(2024, 5, 1), dateAt(2024, 6, 9),
-                                        [once = completions.once("fetch")](const auto& events) {
-                                          EXPECT_FALSE(events);
-                                          once();
-                                        });
-  });
-  ASSERT_TRUE(fake.settle());
-  EXPECT_EQ(fake.http->requests().size(), 1U);
-  elsewhere([&] { provider->getTideDataByTimestamp(point, at(2024, 12, 1), at(2025, 1, 9)); });
-  EXPECT_EQ(fake.http->requests().size(), 3U);
-}
-
 TEST_F(GlobalYearsTest, APointThatIsHandedInIsKnownFromThenOn) {
-  const auto date = dateAt(2024, 5, 1);
   script(2024, "", 404);
-  script(2025, "", 404);
-  const std::vector<std::function<void()>> operations = {
-      [&] { provider->registerGlobalStation(point); },
-      [&] { provider->beginGetHighLowTideData(point, date, nullptr, false); },
-      [&] { fetched(date, date); },
-      [&] { provider->populateCacheForStation(point, 2024, 5); },
-      [&] { provider->ensureGlobalYearCached(point, 2024); },
-  };
-  for (const auto& operation : operations) {
-    provider = make();
-    operation();
-    ASSERT_TRUE(fake.settle());
-    const auto known = provider->getTideStationById("global_5");
-    EXPECT_EQ(known, point) << &operation - operations.data();
-  }
-  const auto other = std::make_shared<TideStation>(*point);
-  provider->populateCacheForStation(other, 2024, 5);
+  provider->beginGetHighLowTideData(point, dateAt(2024, 5, 1), nullptr, false);
+  EXPECT_EQ(provider->getTideStationById("global_5"), point);
+  provider = make();
+  fetched(dateAt(2024, 5, 1), dateAt(2024, 5, 1));
+  EXPECT_EQ(provider->getTideStationById("global_5"), point);
+  provider->populateCacheForStation(std::make_shared<TideStation>(*point), 2024, 5);
   EXPECT_EQ(provider->getTideStationById("global_5"), point) << "one that is known stays";
+  ASSERT_TRUE(fake.settle());
 }
 
 /// A provider that does not wait for years.
@@ -203,18 +177,6 @@ TEST_F(GlobalYearsTest, DestroyedWithWorkInFlightItCallsEveryCompletionOnce) {
   fake.http->answer(yearAddress(2024), answerOf(yearAnswer(2024)));
   fake.http->answer(yearAddress(2025), answerOf("", 500));
   EXPECT_EQ(settled(), Names{begun});
-}
-
-TEST_F(GlobalYearsTest, ACompletionMayDestroyTheProvider) {
-  script(2024, yearAnswer(2024));
-  provider->fetchTideEventsForStation(point, dateAt(2024, 5, 1), dateAt(2024, 5, 9),
-                                      [&, once = completions.once("fetch")](const auto& events) {
-                                        EXPECT_TRUE(events);
-                                        provider.reset();
-                                        once();
-                                      });
-  ASSERT_TRUE(fake.settle());
-  EXPECT_EQ(provider, nullptr);
 }
 
 TEST_F(GlobalYearsTest, TheFavouritesAreLoadedOverTheCatalogueOnTheLoadingThread) {

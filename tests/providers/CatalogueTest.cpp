@@ -4,12 +4,10 @@
 
 #include "providers/ProviderTest.h"
 
-namespace marlune {
+namespace marlune::testing {
 namespace {
 
-using testing::idsOf;
-
-class CatalogueTest : public testing::ProviderTest {};
+class CatalogueTest : public ProviderTest {};
 
 TEST_F(CatalogueTest, ReadsOnlyLinesOfEightFields) {
   fake.resources->files.insert_or_assign("stations_master_usa2.txt",
@@ -69,7 +67,7 @@ TEST_F(CatalogueTest, FindsByPlace) {
 }
 
 /// Resources that wait until they are let go.
-struct SlowResources : testing::FakeResources {
+struct SlowResources : FakeResources {
   std::optional<Bytes> read(std::string_view) const override {
     reading.set_value();
     open.wait();
@@ -96,4 +94,4 @@ TEST_F(CatalogueTest, ASecondThreadWaitsForTheFirstLoad) {
 }
 
 }  // namespace
-}  // namespace marlune
+}  // namespace marlune::testing

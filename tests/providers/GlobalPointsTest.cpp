@@ -1,16 +1,11 @@
 #include "providers/GlobalTest.h"
 
-namespace marlune {
+namespace marlune::testing {
 namespace {
-
-using testing::answerOf;
-using testing::idsOf;
-using testing::namesOf;
-using Names = std::vector<std::string>;
 
 const char* const loaded = "TideData_GlobalTidePointsLoaded";
 
-class GlobalPointsTest : public testing::GlobalTest {
+class GlobalPointsTest : public GlobalTest {
  protected:
   static std::string points(const std::vector<int>& ids, const std::string& more = "") {
     std::string text;
@@ -160,4 +155,4 @@ TEST_F(GlobalPointsTest, WhoIsToldMayDestroyTheProvider) {
 }
 
 }  // namespace
-}  // namespace marlune
+}  // namespace marlune::testing

@@ -57,7 +57,6 @@ class GlobalTest : public ProviderTest {
     return present;
   }
 
-  NotificationRecorder seen{*fake.notifications};
   std::shared_ptr<TideStation> point = std::make_shared<TideStation>();
 };
 

@@ -1,23 +1,9 @@
 #include "providers/GlobalTest.h"
 
-namespace marlune {
+namespace marlune::testing {
 namespace {
 
-using testing::answerOf;
-using testing::namesOf;
-using Names = std::vector<std::string>;
-
-const char* const begun = "TideData_FetchHighLowTideBegun";
-const char* const completed = "TideData_FetchHighLowTideCompleted";
-const char* const failed = "TideData_FetchHighLowTideError";
-
-class GlobalYearsTest : public testing::GlobalTest {
- protected:
-  Names settled() {
-    EXPECT_TRUE(fake.settle());
-    return namesOf(seen.take());
-  }
-};
+class GlobalYearsTest : public GlobalTest {};
 
 TEST_F(GlobalYearsTest, AYearIsFiledByTheMonthsOfItsPlace) {
   script(2024,
@@ -77,7 +63,8 @@ TEST_F(GlobalYearsTest, AMonthRequestEndsInCompletedOrErrorAndItsKeyIsFree) {
     });
     provider->beginGetHighLowTideData(point, date, nullptr, true);
     const Names once = {begun, works ? completed : failed};
-    EXPECT_EQ(settled(), works ? once : (Names{begun, failed, begun, failed})) << "who is told may ask again";
+    EXPECT_EQ(namesOf(settled()), works ? once : (Names{begun, failed, begun, failed}))
+        << "who is told may ask again";
   }
   EXPECT_EQ(fake.http->requests().size(), 3U);
   provider->beginGetHighLowTideData(point, date, nullptr, false);
@@ -92,7 +79,7 @@ TEST_F(GlobalYearsTest, OneLoadAStationAndYearWhoeverAsks) {
   provider->verifyAndDownloadFavoriteStationData(point);
   ASSERT_TRUE(fake.http->waitForRequests(2));
   fake.http->answer(yearAddress(2024), answerOf(yearAnswer(2024)));
-  EXPECT_EQ(settled(), Names{begun}) << "the load that is under way tells nobody";
+  EXPECT_EQ(namesOf(settled()), Names{begun}) << "the load that is under way tells nobody";
   EXPECT_LE(fake.http->requests().size(), 3U);
   EXPECT_EQ(inMemory(2024, 5), 30U);
 }
@@ -108,7 +95,7 @@ TEST_F(GlobalYearsTest, ARefreshReplacesTheCurrentYear) {
   provider->cacheGlobalYearEvents({{at(2025, 9, 2), 1, true}}, point, 2025);
   script(2024, yearAnswer(2024));
   provider->queueRefreshDataTaskForStation(point);
-  EXPECT_EQ(settled(), Names{completed});
+  EXPECT_EQ(namesOf(settled()), Names{completed});
   EXPECT_EQ(inMemory(2024, 9), 30U);
   EXPECT_EQ(inMemory(2025, 9), 1U) << "other years stay in memory";
   EXPECT_FALSE(months->cachedEvents("global_5", 2025, 9)) << "and go from the disk";
@@ -176,7 +163,7 @@ TEST_F(GlobalYearsTest, DestroyedWithWorkInFlightItCallsEveryCompletionOnce) {
   EXPECT_EQ(completions.outstanding(), 0U);
   fake.http->answer(yearAddress(2024), answerOf(yearAnswer(2024)));
   fake.http->answer(yearAddress(2025), answerOf("", 500));
-  EXPECT_EQ(settled(), Names{begun});
+  EXPECT_EQ(namesOf(settled()), Names{begun});
 }
 
 TEST_F(GlobalYearsTest, TheFavouritesAreLoadedOverTheCatalogueOnTheLoadingThread) {
@@ -196,4 +183,4 @@ TEST_F(GlobalYearsTest, TheFavouritesAreLoadedOverTheCatalogueOnTheLoadingThread
 }
 
 }  // namespace
-}  // namespace marlune
+}  // namespace marlune::testing

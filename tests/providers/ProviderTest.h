@@ -14,8 +14,14 @@
 
 namespace marlune::testing {
 
-inline std::vector<std::string> namesOf(const std::vector<Notification>& posted) {
-  std::vector<std::string> names;
+using Names = std::vector<std::string>;
+
+inline constexpr const char* begun = "TideData_FetchHighLowTideBegun";
+inline constexpr const char* completed = "TideData_FetchHighLowTideCompleted";
+inline constexpr const char* failed = "TideData_FetchHighLowTideError";
+
+inline Names namesOf(const std::vector<Notification>& posted) {
+  Names names;
   for (const auto& each : posted) names.push_back(each.name);
   return names;
 }
@@ -111,6 +117,12 @@ class ProviderTest : public HostTest {
     return list ? list->size() : 0;
   }
 
+  /// What has been posted since the last time, once nothing is under way any more.
+  std::vector<Notification> settled() {
+    EXPECT_TRUE(fake.settle());
+    return seen.take();
+  }
+
   /// fetchTideEventsForStation, waited for; how many events came, -1 for none.
   int fetched(Date from, Date to) {
     int count = -2;
@@ -127,6 +139,7 @@ class ProviderTest : public HostTest {
   bool cameOnMain = false;                       ///< did what was fetched come on the main thread?
   static constexpr double noon = 1'715'774'400;  // 2024-05-15 12:00 UTC
   static constexpr const char* pointsAddress = "http://points.test/tide-points";
+  NotificationRecorder seen{*fake.notifications};
   std::shared_ptr<FileAccess> files;
   std::shared_ptr<TideEventDiskCache> months;
   std::shared_ptr<PelagoraService> service;

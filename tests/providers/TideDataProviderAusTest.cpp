@@ -117,7 +117,6 @@ TEST_F(AusTest, KeepsAnArchiveFrom51BytesOnAndHandsOutWhatIsInIt) {
     bool opens;
   } cases[] = {{Bytes(50, 'x'), false, false}, {Bytes(51, 'x'), true, false}, {packed(xml), true, true}};
   for (const auto& c : cases) {
-    NotificationRecorder seen(*fake.notifications);
     fake.http->script(kAddress, answerOf(c.body, 404));
     Data got = makeData("not called");
     provider->loadDataAtURL(kAddress, kName, [&](Data data) { got = std::move(data); });
@@ -176,10 +175,8 @@ TEST_F(AusTest, AMonthRequestJudgesTheForecastNotTheArchive) {
   const Bytes whole = forecast(31);
   ASSERT_LT(packed(whole).size(), 2500U);
   keepArchive(packed(whole));
-  NotificationRecorder seen(*fake.notifications);
   provider->beginGetHighLowTideData(station, dateAt(2024, 5, 15), nullptr, true);
-  ASSERT_TRUE(fake.settle());
-  EXPECT_EQ(seen.take().back().name, "TideData_FetchHighLowTideCompleted");
+  EXPECT_EQ(settled().back().name, "TideData_FetchHighLowTideCompleted");
   EXPECT_EQ(inMemory(2024, 5), 31U);
   EXPECT_TRUE(keptArchive());
 
@@ -215,11 +212,9 @@ TEST_F(AusTest, ARefreshReplacesEveryMonthThatItFills) {
   EXPECT_FALSE(months->cachedEvents(kId, 2024, 5));
 
   // What is no archive leaves the months in memory.
-  NotificationRecorder seen(*fake.notifications);
   fake.http->script(kAddress, answerOf("<Error><Code>NoSuchKey</Code>" + Bytes(300, ' ') + "</Error>", 404));
   provider->queueRefreshDataTaskForStation(station);
-  ASSERT_TRUE(fake.settle());
-  EXPECT_EQ(seen.take().back().name, "kMainModelTideDataDownloadFailed");
+  EXPECT_EQ(settled().back().name, "kMainModelTideDataDownloadFailed");
   EXPECT_EQ(inMemory(2024, 5), 40U);
 }
 

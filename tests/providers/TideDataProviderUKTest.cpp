@@ -4,14 +4,12 @@
 #include "marlune/tides/LevelUnits.h"
 #include "providers/ProviderTest.h"
 
-namespace marlune {
+namespace marlune::testing {
 namespace {
-
-using Names = std::vector<std::string>;
 
 /// The worldwide provider with a port of each family: "0082" in England, "SYD" in Australia and "7" in the
 /// United States, all in UTC.
-class TideDataProviderUKTest : public testing::ProviderTest {
+class TideDataProviderUKTest : public ProviderTest {
  protected:
   TideDataProviderUKTest() {
     fake.settings.admiraltyBaseURL = "https://admiralty.test";
@@ -149,7 +147,7 @@ TEST_F(TideDataProviderUKTest, LevelsOfTheUnitedStatesAreMetresOnEveryPath) {
       EXPECT_EQ(event.tideLevelInMeters, metres) << where;
     }
   };
-  fake.http->script(address(2024), testing::answerOf(document(2024, 31, 10)));
+  fake.http->script(address(2024), answerOf(document(2024, 31, 10)));
   EXPECT_DOUBLE_EQ(may()->front().tidelevel, 3.048);
   expectUnit(*provider, true, "downloaded");
   open();
@@ -192,9 +190,8 @@ TEST_F(TideDataProviderUKTest, FeetComeBackExactlyAndPointsKeepTheirUnit) {
 }
 
 TEST_F(TideDataProviderUKTest, ADownloadComesBackLater) {
-  testing::NotificationRecorder seen(*fake.notifications);
   for (const std::size_t size : {std::size_t{250}, std::size_t{251}}) {
-    fake.http->script("https://x.test/a%20b", testing::answerOf(gatewayPage(size), 401));
+    fake.http->script("https://x.test/a%20b", answerOf(gatewayPage(size), 401));
     provider->loadDataAtURL("https://x.test/a b", "name",
                             [&, size, once = completions.once("download")](const Data& data) {
                               EXPECT_EQ(data != nullptr, size == 251);
@@ -217,14 +214,14 @@ TEST_F(TideDataProviderUKTest, ADownloadComesBackLater) {
 
 TEST_F(TideDataProviderUKTest, WhoNeedsTheYearAtOnceWaitsForIt) {
   useEngland();
-  fake.http->script(englishAddress(2024), testing::answerOf(admiralty(2024, 31)));
+  fake.http->script(englishAddress(2024), answerOf(admiralty(2024, 31)));
   EXPECT_EQ(may()->size(), 31U);
   EXPECT_EQ(keptAs("2024_0082.json")->size(), admiralty(2024, 31).size());
   EXPECT_EQ(provider->loadTideEventsForStation(station, dateAt(2024, 5, 2))->size(), 25U);
 
   // Also on the thread that the completions of downloads need.
-  fake.http->script(englishAddress(2025), testing::answerOf(admiralty(2025, 31)));
-  fake.http->script("https://x.test/", testing::answerOf(gatewayPage(251)));
+  fake.http->script(englishAddress(2025), answerOf(admiralty(2025, 31)));
+  fake.http->script("https://x.test/", answerOf(gatewayPage(251)));
   std::optional<TideDataProvider::Events> events;
   provider->loadDataAtURL("https://x.test/", "x", [&, once = completions.once("download")](const Data&) {
     events = provider->tideEventsForStation(station, 2025, 5, 0, at(2026, 1, 1));
@@ -238,14 +235,14 @@ TEST_F(TideDataProviderUKTest, ARangeIsFetchedOnceAndOvercomesWhatLiesThere) {
   useEngland();
   allowLog("[TideDataCache] Error: Nil parameter passed to addTideData");
   const auto range = [&] { return fetched(dateAt(2024, 5, 1), dateAt(2024, 6, 30)); };
-  fake.http->script(englishAddress(2024), testing::answerOf(gatewayPage(300), 401));
+  fake.http->script(englishAddress(2024), answerOf(gatewayPage(300), 401));
   EXPECT_EQ(range(), -1);
   EXPECT_EQ(keptAs("2024_0082.json")->size(), 300U);
   EXPECT_FALSE(may()) << "nor is the page taken for a year";
   // Month files that hold but the margins of their neighbours.
   months->cacheEvents({TideEvent(at(2024, 4, 30), 9, true)}, "0082", 2024, 5);
   months->cacheEvents({TideEvent(at(2024, 7, 1), 9, true)}, "0082", 2024, 6);
-  fake.http->script(englishAddress(2024), testing::answerOf(admiralty(2024, 31)));
+  fake.http->script(englishAddress(2024), answerOf(admiralty(2024, 31)));
   EXPECT_EQ(range(), 62);
   EXPECT_EQ(months->cachedEvents("0082", 2024, 6)->size(), 31U);
   const auto asked = fake.http->requests().size();
@@ -255,12 +252,12 @@ TEST_F(TideDataProviderUKTest, ARangeIsFetchedOnceAndOvercomesWhatLiesThere) {
   EXPECT_EQ(fake.http->requests().size(), asked);
 
   // A page that comes in place of a year hides nothing of what is known.
-  fake.http->script(englishAddress(2024), testing::answerOf(gatewayPage(300), 401));
+  fake.http->script(englishAddress(2024), answerOf(gatewayPage(300), 401));
   EXPECT_EQ(fetched(dateAt(2024, 5, 20), dateAt(2024, 5, 21)), -1);
   EXPECT_EQ(range(), 62);
 
   // The first days of a year are not among the bytes of the year before.
-  fake.http->script(englishAddress(2024), testing::answerOf(admiralty(2024, 31)));
+  fake.http->script(englishAddress(2024), answerOf(admiralty(2024, 31)));
   months->evictForStation("0082");
   open();
   useEngland();
@@ -270,7 +267,7 @@ TEST_F(TideDataProviderUKTest, ARangeIsFetchedOnceAndOvercomesWhatLiesThere) {
 
 TEST_F(TideDataProviderUKTest, AustralianYearsComePackedOnEveryPath) {
   const std::string address2024 = "https://archives.test/2024/IDO59001_2024_SYD.archive";
-  fake.http->script(address2024, testing::answerOf(archive()));
+  fake.http->script(address2024, answerOf(archive()));
   const auto forget = [&] {
     months->evictAll();
     files->removeFileInContainer(kGroupContainerName, "2024SYD.archive");
@@ -302,4 +299,4 @@ TEST_F(TideDataProviderUKTest, AustralianYearsComePackedOnEveryPath) {
 }
 
 }  // namespace
-}  // namespace marlune
+}  // namespace marlune::testing

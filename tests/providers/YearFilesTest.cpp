@@ -1,9 +1,9 @@
 #include "providers/ProviderTest.h"
 
-namespace marlune {
+namespace marlune::testing {
 namespace {
 
-class YearFilesTest : public testing::ProviderTest {};
+class YearFilesTest : public ProviderTest {};
 
 TEST_F(YearFilesTest, CutsAMonthWithItsMargins) {
   const auto zone = TimeZone::named("America/Los_Angeles").value();
@@ -85,10 +85,10 @@ TEST_F(YearFilesTest, AYearFileThatHoldsNothingIsFetchedAgain) {
   for (const std::string& page : {padded(3000) + "<error page", padded(3000)}) {
     provider->clearCache();
     keep(2024, page);
-    fake.http->script(address(2024), testing::answerOf("short"));
+    fake.http->script(address(2024), answerOf("short"));
     EXPECT_FALSE(whole());
     EXPECT_EQ(*kept(2024), page) << "a failed download replaces nothing";
-    fake.http->script(address(2024), testing::answerOf(document(2024, 30)));
+    fake.http->script(address(2024), answerOf(document(2024, 30)));
     EXPECT_EQ(whole()->size(), 30U);
   }
 }
@@ -125,4 +125,4 @@ TEST_F(YearFilesTest, TheStationsOwnZoneDecidesTheMonth) {
 }
 
 }  // namespace
-}  // namespace marlune
+}  // namespace marlune::testing

@@ -85,12 +85,12 @@ TEST_F(CatalogueTest, ASecondThreadWaitsForTheFirstLoad) {
   std::thread loader([&] { provider->loadStationData(); });
   slow->reading.get_future().wait();
   EXPECT_TRUE(provider->hasLoadedStations()) << "set before the file is read";
-  std::atomic<std::size_t> seen = 0;
-  std::thread asker([&] { seen = provider->getAllTideStations().size(); });
+  std::atomic<std::size_t> found = 0;
+  std::thread asker([&] { found = provider->getAllTideStations().size(); });
   slow->opened.set_value();
   loader.join();
   asker.join();
-  EXPECT_EQ(seen, 1U);
+  EXPECT_EQ(found, 1U);
 }
 
 }  // namespace

@@ -61,7 +61,9 @@ class TideDataProviderUKTest : public ProviderTest {
     }
     return text + "]";
   }
-  static std::string archive() { return TideDataArchiver::archive(bureauForecast(31, "UTC")).value(); }
+  static std::string archive() {
+    return TideDataArchiver::archive(bureauForecast(31, "UTC", 1.5, 12, 60)).value();
+  }
   static std::string gatewayPage(std::size_t size) {
     std::string page = R"({"statusCode":401,"message":"Access denied due to missing subscription key."})";
     page.resize(size, ' ');

@@ -1,20 +1,13 @@
-#include <cmath>
-#include <cstdint>
-#include <string_view>
-
-#include "fuzz/Require.h"
+#include "fuzz/Target.h"
 #include "marlune/providers/AdmiraltyEvents.h"
 #include "marlune/providers/AdmiraltyStationFile.h"
 
-using namespace marlune;
-
 /// Events have levels in metres that 32 bits hold, stations a place and a zone; what is no JSON is neither.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string_view json(reinterpret_cast<const char*>(data), size);
+MARLUNE_FUZZ_TARGET(json) {
   const auto year = admiralty_events::read(json);
   const auto ports = admiralty_station_file::read(json);
   MARLUNE_FUZZ_REQUIRE(year.error.has_value() == ports.error.has_value() ||
-                       size > admiralty_events::maximumSize);
+                       json.size() > admiralty_events::maximumSize);
   MARLUNE_FUZZ_REQUIRE(!year.error || (!year.events && ports.stations.empty()));
   if (year.events) {
     for (const TideEvent& event : *year.events) {
@@ -29,5 +22,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     MARLUNE_FUZZ_REQUIRE(std::isfinite(station->coordinate.latitude) &&
                          std::isfinite(station->coordinate.longitude));
   }
-  return 0;
 }

@@ -1,31 +1,24 @@
-#include <cstdint>
-#include <string>
-#include <string_view>
-
-#include "fuzz/Require.h"
+#include "fuzz/Target.h"
 #include "marlune/ocean/CurrentPredictions.h"
 #include "marlune/platform/JsonReaders.h"
 
-using namespace marlune;
 using namespace marlune::current_predictions;
 
 /// The file of a day is the list of an answer: what reads as one reads as the other, and never as both.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string_view text(reinterpret_cast<const char*>(data), size);
+MARLUNE_FUZZ_TARGET(text) {
   JsonReaders readers;
   CurrentPredictions rows;
   if (addFile(text, readers, rows)) {
     MARLUNE_FUZZ_REQUIRE(rows.empty());
-    return 0;
+    return;
   }
   MARLUNE_FUZZ_REQUIRE(readAnswer(text, readers).error.has_value());
   const std::string list(text.substr(text.find('[')));  // without a byte-order mark
   const Reading answer = readAnswer("{\"current_predictions\":{\"cp\":" + list + "}}", readers);
   // Longer ones may nest as deep as a document can.
-  MARLUNE_FUZZ_REQUIRE(size > 1000 || (!answer.error && answer.rows == rows));
+  MARLUNE_FUZZ_REQUIRE(text.size() > 1000 || (!answer.error && answer.rows == rows));
   const std::string file = fileOf(rows.data(), rows.data() + rows.size());
   CurrentPredictions twice = rows;
   MARLUNE_FUZZ_REQUIRE(!addFile(file, readers, twice) && twice.size() == 2 * rows.size());
   MARLUNE_FUZZ_REQUIRE(fileOf(twice.data() + rows.size(), twice.data() + twice.size()) == file);
-  return 0;
 }

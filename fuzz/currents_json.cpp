@@ -1,20 +1,14 @@
-#include <cmath>
-#include <cstdint>
-#include <string>
-#include <string_view>
-
-#include "fuzz/Require.h"
+#include "fuzz/Target.h"
 #include "marlune/ocean/CurrentsOfDays.h"
 #include "marlune/platform/JsonReaders.h"
 
-using namespace marlune;
 using namespace marlune::current_predictions;
 
 /// An answer is a list in time order or an error. What is made of its rows is finite and in order, windows
 /// hold their slack, and the file of the rows reads back the same.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+MARLUNE_FUZZ_TARGET(bytes) {
   JsonReaders readers;
-  const Reading reading = readAnswer({reinterpret_cast<const char*>(data), size}, readers);
+  const Reading reading = readAnswer(bytes, readers);
   MARLUNE_FUZZ_REQUIRE(!reading.error || reading.rows.empty());
   const auto& rows = reading.rows;
   for (std::size_t i = 1; i < rows.size(); ++i) MARLUNE_FUZZ_REQUIRE(rows[i - 1].time < rows[i].time);
@@ -25,7 +19,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   constexpr CurrentsPeriod always{-100'000'000'000, 300'000'000'000};
   const auto record = CurrentsOfDays(rows, rows, always).within(always, 1, 2);
   MARLUNE_FUZZ_REQUIRE((record != nullptr) == (rows.size() >= 2));
-  if (!record) return 0;
+  if (!record) return;
   MARLUNE_FUZZ_REQUIRE(record->timeSeries.size() <= 49 * rows.size() && record->events.size() == rows.size());
   const TimeSeriesData* before = nullptr;
   for (const auto& sample : record->timeSeries) {
@@ -40,5 +34,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     MARLUNE_FUZZ_REQUIRE(event->type == "slack");
     MARLUNE_FUZZ_REQUIRE(*event->slackBegin <= event->date && event->date <= *event->slackEnd);
   }
-  return 0;
 }

@@ -1,53 +1,16 @@
-#include <cstdint>
 #include <map>
 #include <memory>
-#include <string>
-#include <string_view>
 #include <vector>
 
-#include "fuzz/Require.h"
+#include "fuzz/MemoryFolder.h"
+#include "fuzz/Target.h"
 #include "marlune/platform/NotificationHub.h"
 #include "marlune/storage/FavoriteListManager.h"
-
-using namespace marlune;
 
 namespace {
 
 constexpr std::string_view listName = "favorites.plist";
 constexpr std::string_view archiveName = "favorites_global.archive";
-
-/// One folder in memory, for one thread.
-class Files : public FileSystem, public Folders {
- public:
-  std::optional<Bytes> read(const std::string& path) override {
-    const auto found = files_.find(path);
-    return found == files_.end() ? std::nullopt : std::optional(found->second.bytes);
-  }
-  std::optional<FileIdentity> identity(const std::string& path) override {
-    const auto found = files_.find(path);
-    if (found == files_.end()) return std::nullopt;
-    return FileIdentity{.inode = found->second.number, .settled = true};
-  }
-  bool write(const std::string&, const std::string& path, std::string_view bytes, Durability) override {
-    files_[path] = {Bytes(bytes), ++number_};
-    return true;
-  }
-  bool remove(const std::string& path) override { return files_.erase(path) == 1; }
-  bool exists(const std::string& path) override { return files_.contains(path); }
-  bool move(const std::string&, const std::string&, const std::string&) override { return false; }
-  std::optional<std::vector<std::string>> list(const std::string&) override { return std::nullopt; }
-
-  std::optional<std::string> container(std::string_view) const override { return "/container"; }
-  std::optional<std::string> documents() const override { return "/documents"; }
-
- private:
-  struct File {
-    Bytes bytes;
-    std::uint64_t number = 0;
-  };
-  std::map<std::string, File> files_;
-  std::uint64_t number_ = 0;
-};
 
 /// A process of the application, whose provider knows every id that is no worldwide point and of even length.
 struct Process {
@@ -109,9 +72,8 @@ void store(FileAccess& files, std::string_view name, std::string_view bytes) {
 }  // namespace
 
 /// Any bytes as the list of favourites, and as the archive of the worldwide points.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string_view bytes(reinterpret_cast<const char*>(data), size);
-  const auto folder = std::make_shared<Files>();
+MARLUNE_FUZZ_TARGET(bytes) {
+  const auto folder = std::make_shared<MemoryFolder>();
   const auto files = std::make_shared<FileAccess>(folder, folder);
   store(*files, listName, bytes);
   check(files, nullptr);
@@ -129,5 +91,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   archived.favorites.SaveToDisk();
   store(*files, archiveName, bytes);  // the list of its points beside the archive as it came
   check(files, points.empty() ? nullptr : &points);
-  return 0;
 }

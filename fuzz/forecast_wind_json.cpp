@@ -1,17 +1,10 @@
-#include <cmath>
-#include <cstdint>
-#include <string_view>
-
-#include "fuzz/Require.h"
+#include "fuzz/Target.h"
 #include "marlune/ocean/OceanTimes.h"
 #include "marlune/ocean/WindDays.h"
 
-using namespace marlune;
-
 /// Every sample lies in the one day that it is filed under, in time order, whatever the zone, and is a finite
 /// number; a failure has a text.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string_view json(reinterpret_cast<const char*>(data), size);
+MARLUNE_FUZZ_TARGET(json) {
   JsonReaders readers;
   for (const char* const name : {"UTC", "America/Los_Angeles", "Africa/Cairo", "Australia/Lord_Howe"}) {
     const TimeZone zone = TimeZone::named(name).value_or(TimeZone());
@@ -30,5 +23,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       }
     }
   }
-  return 0;
 }

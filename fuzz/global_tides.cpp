@@ -1,19 +1,12 @@
-#include <cmath>
-#include <cstdint>
-#include <string>
-#include <string_view>
-
-#include "fuzz/Require.h"
+#include "fuzz/Target.h"
 #include "marlune/global/GlobalTides.h"
 #include "marlune/platform/Iso8601.h"
 #include "marlune/platform/JsonReaders.h"
 
-using namespace marlune;
-
 /// Events lie within four-digit years and have levels; a reader that was used before gives the same. Times
 /// that are read stand for one instant, with the fraction or without.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string text(reinterpret_cast<const char*>(data), size);
+MARLUNE_FUZZ_TARGET(bytes) {
+  const std::string text(bytes);
   JsonReaders readers;
   const auto events = global_tides::eventsOf(text, readers);
   constexpr std::int64_t day = 86'400;
@@ -35,5 +28,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto one = global_tides::eventsOf(document, readers);
     MARLUNE_FUZZ_REQUIRE(one.size() == 1 && one[0].timestamp == *seconds && one[0].tideLevelInMeters);
   }
-  return 0;
 }

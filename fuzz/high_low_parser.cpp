@@ -1,15 +1,9 @@
 #include "marlune/tides/TideHighLowParser.h"
 
-#include <cstdint>
-#include <string_view>
-
-#include "fuzz/Require.h"
-
-using namespace marlune;
+#include "fuzz/Target.h"
 
 /// A range takes from the whole what lies in it, whatever the document.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string_view document(reinterpret_cast<const char*>(data), size);
+MARLUNE_FUZZ_TARGET(document) {
   TideHighLowParser parser;
   const auto all = parser.getElements(document);
   MARLUNE_FUZZ_REQUIRE(all.has_value() != parser.error.has_value());
@@ -17,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   constexpr std::int64_t end = 1'800'000'000;
   const auto some = parser.getElementsInRange(document, start, end);
   MARLUNE_FUZZ_REQUIRE(all.has_value() == some.has_value());
-  if (!all) return 0;
+  if (!all) return;
   auto next = some->begin();
   for (const TideEvent& event : *all) {
     if (event.timestamp < start || event.timestamp > end) continue;
@@ -26,5 +20,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     ++next;
   }
   MARLUNE_FUZZ_REQUIRE(next == some->end());
-  return 0;
 }

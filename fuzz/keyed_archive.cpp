@@ -1,18 +1,14 @@
 #include "marlune/platform/KeyedArchive.h"
 
-#include <cstdint>
-#include <string_view>
 #include <vector>
 
-#include "fuzz/Require.h"
+#include "fuzz/Target.h"
 #include "marlune/tides/TideStation.h"
 
-using namespace marlune;
-
 /// Stations that are read from an archive can be archived again and are then the same.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const auto archive = KeyedUnarchiver::open({reinterpret_cast<const char*>(data), size});
-  if (!archive) return 0;
+MARLUNE_FUZZ_TARGET(input) {
+  const auto archive = KeyedUnarchiver::open(input);
+  if (!archive) return;
   std::vector<TideStation> stations;
   if (const auto list = archive->rootList()) {
     for (const auto& object : *list) {
@@ -23,7 +19,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     stations.emplace_back(*object);
     MARLUNE_FUZZ_REQUIRE(object->className().empty() || object->isKindOf(object->className()));
   }
-  if (stations.size() > 1000) return 0;  // one record may be listed very often
+  if (stations.size() > 1000) return;  // one record may be listed very often
   const auto archived = [](const std::vector<TideStation>& all) {
     std::vector<KeyedArchiver::Object> objects;
     objects.reserve(all.size());
@@ -35,5 +31,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto list = KeyedUnarchiver::open(*bytes)->rootList();
   MARLUNE_FUZZ_REQUIRE(list && list->size() == stations.size());
   MARLUNE_FUZZ_REQUIRE(archived({list->begin(), list->end()}) == bytes);
-  return 0;
 }

@@ -1,12 +1,6 @@
-#include <cmath>
-#include <cstdint>
-#include <string_view>
-
-#include "fuzz/Require.h"
+#include "fuzz/Target.h"
 #include "marlune/ocean/MarineDays.h"
 #include "marlune/ocean/OceanTimes.h"
-
-using namespace marlune;
 
 namespace {
 
@@ -40,8 +34,7 @@ void requireSound(const HourlyForecast& forecast) {
 
 /// Days are ranges of hours in order, and each hour lies in the day that it is filed under or ends it,
 /// whatever the zone; records hold finite numbers; a failure has a text.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string_view json(reinterpret_cast<const char*>(data), size);
+MARLUNE_FUZZ_TARGET(json) {
   JsonReaders readers;
   for (const char* const name : {"UTC", "America/Los_Angeles", "Africa/Cairo", "Australia/Lord_Howe"}) {
     const TimeZone zone = TimeZone::named(name).value_or(TimeZone());
@@ -57,5 +50,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       MARLUNE_FUZZ_REQUIRE(days.find("a", day->name(), zone) != nullptr);
     }
   }
-  return 0;
 }

@@ -1,18 +1,12 @@
-#include <cstdint>
-#include <string_view>
-
-#include "fuzz/Require.h"
+#include "fuzz/Target.h"
 #include "marlune/global/TideEventDiskCache.h"
 
-using namespace marlune;
-
 /// What is decoded and encoded again stands at the head of the file, up to flags that were neither 0 nor 1.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+MARLUNE_FUZZ_TARGET(bytes) {
   const auto events = TideEventDiskCache::decode(bytes);
-  if (!events) return 0;
+  if (!events) return;
   const Bytes encoded = TideEventDiskCache::encode(*events);
-  MARLUNE_FUZZ_REQUIRE(encoded.size() <= size);
+  MARLUNE_FUZZ_REQUIRE(encoded.size() <= bytes.size());
   const auto again = TideEventDiskCache::decode(encoded);
   MARLUNE_FUZZ_REQUIRE(again && again->size() == events->size());
   MARLUNE_FUZZ_REQUIRE(TideEventDiskCache::encode(*again) == encoded);
@@ -23,5 +17,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::size_t length = at == 0 ? header : record - flags;
     MARLUNE_FUZZ_REQUIRE(encoded.substr(at, length) == bytes.substr(at, length));
   }
-  return 0;
 }

@@ -1,11 +1,5 @@
-#include <cmath>
-#include <cstdint>
-#include <string_view>
-
-#include "fuzz/Require.h"
+#include "fuzz/Target.h"
 #include "marlune/ocean/NWSGridpoint.h"
-
-using namespace marlune;
 
 namespace {
 
@@ -16,10 +10,10 @@ bool isSame(const TimeSeriesData& a, const TimeSeriesData& b) {
 }  // namespace
 
 /// A day has samples of that day in time order, whatever the intervals, and a day cut in two has the same.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+MARLUNE_FUZZ_TARGET(bytes) {
   JsonReaders readers;
-  const auto wind = nws_gridpoint::windOf({reinterpret_cast<const char*>(data), size}, readers);
-  if (!wind) return 0;
+  const auto wind = nws_gridpoint::windOf(bytes, readers);
+  if (!wind) return;
   std::int64_t from = 1'741'161'600;
   if (!wind->speed.empty()) from = wind->speed.back().start - 43'200;
   const std::int64_t middle = from + 40'000;
@@ -28,7 +22,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto day = nws_gridpoint::samplesOf(*wind, from, to);
   const auto begin = nws_gridpoint::samplesOf(*wind, from, middle);
   const auto rest = nws_gridpoint::samplesOf(*wind, middle, to);
-  if (!day) return 0;
+  if (!day) return;
   MARLUNE_FUZZ_REQUIRE(begin && rest && day->size() == begin->size() + rest->size());
   for (std::size_t i = 0; i < day->size(); ++i) {
     const TimeSeriesData& sample = *(*day)[i];
@@ -38,5 +32,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     MARLUNE_FUZZ_REQUIRE(std::isfinite(sample.value));
     MARLUNE_FUZZ_REQUIRE(isSame(sample, i < begin->size() ? *(*begin)[i] : *(*rest)[i - begin->size()]));
   }
-  return 0;
 }

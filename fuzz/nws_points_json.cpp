@@ -1,16 +1,12 @@
-#include <cstdint>
-#include <string>
-
-#include "fuzz/Require.h"
+#include "fuzz/Target.h"
 #include "marlune/ocean/NWSGridpoint.h"
 #include "marlune/platform/Text.h"
 
-using namespace marlune;
 using namespace marlune::nws_gridpoint;
 
 /// An address is a text of bounded length, and no address and no location makes a name that leads elsewhere.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string text(reinterpret_cast<const char*>(data), size);
+MARLUNE_FUZZ_TARGET(bytes) {
+  const std::string text(bytes);
   JsonReaders readers;
   if (const auto address = addressOf(text, readers)) {
     MARLUNE_FUZZ_REQUIRE(!address->empty() && address->size() <= 2'000 && isUtf8(*address));
@@ -20,5 +16,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string key = locationKey(text);
   MARLUNE_FUZZ_REQUIRE(isUtf8(key) && key.size() <= text.size() && locationKey(key) == key);
   MARLUNE_FUZZ_REQUIRE(key.find_first_of(std::string("/.\0- ", 5)) == std::string::npos);
-  return 0;
 }

@@ -1,13 +1,8 @@
 #include <algorithm>
-#include <cmath>
-#include <cstdint>
-#include <string>
 
-#include "fuzz/Require.h"
+#include "fuzz/Target.h"
 #include "marlune/ocean/NOAAObservations.h"
 #include "marlune/platform/Text.h"
-
-using namespace marlune;
 
 namespace {
 
@@ -26,9 +21,9 @@ void check(const TimeSeriesData& sample, bool isWind) {
 }  // namespace
 
 /// Samples are numbers in time order; blanks around the answer change nothing.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+MARLUNE_FUZZ_TARGET(bytes) {
   using noaa_observations::Kind;
-  const std::string text(reinterpret_cast<const char*>(data), size);
+  const std::string text(bytes);
   JsonReaders readers;
   for (const Kind kind : {Kind::temperature, Kind::wind}) {
     const auto reading = noaa_observations::read(text, kind, readers);
@@ -43,5 +38,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                                         [](const auto& a, const auto& b) { return a->date < b->date; }));
     for (const auto& sample : *reading.samples) check(*sample, kind == Kind::wind);
   }
-  return 0;
 }

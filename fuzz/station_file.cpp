@@ -1,16 +1,11 @@
 #include <algorithm>
-#include <cstdint>
-#include <string_view>
 
-#include "fuzz/Require.h"
+#include "fuzz/Target.h"
 #include "marlune/platform/Text.h"
 #include "marlune/tides/StationFile.h"
 
-using namespace marlune;
-
 /// Looking one station up finds what reading the whole file lists first under that id.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string_view text(reinterpret_cast<const char*>(data), size);
+MARLUNE_FUZZ_TARGET(text) {
   const auto stations = station_file::stationsOf(text);
   MARLUNE_FUZZ_REQUIRE(isUtf8(text) || stations.empty());
   std::size_t looked = 0;
@@ -23,5 +18,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     MARLUNE_FUZZ_REQUIRE(found && first != stations.end());
     MARLUNE_FUZZ_REQUIRE(found->stationName == (*first)->stationName);
   }
-  return 0;
 }

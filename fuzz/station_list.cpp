@@ -1,21 +1,17 @@
 #include <algorithm>
-#include <cstdint>
-#include <string_view>
 
-#include "fuzz/Require.h"
+#include "fuzz/Target.h"
 #include "marlune/geo/NearestLocationFinder.h"
 
-using namespace marlune;
-
 /// A list is read whole or not at all; the packed list finds what the finder finds.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const auto reading = Location::readList({reinterpret_cast<const char*>(data), size});
+MARLUNE_FUZZ_TARGET(bytes) {
+  const auto reading = Location::readList(bytes);
   MARLUNE_FUZZ_REQUIRE(!reading.error || (reading.locations.empty() && !reading.error->empty()));
   const auto hasPoint = [](const auto& location) {
     return location->coord.contains("x") && location->coord.contains("y") && location->coord.contains("z");
   };
   // Such data stop the process, as published.
-  if (!std::all_of(reading.locations.begin(), reading.locations.end(), hasPoint)) return 0;
+  if (!std::all_of(reading.locations.begin(), reading.locations.end(), hasPoint)) return;
   const LocationList list(reading.locations);
   for (const double limit : {0.0, 100.0, 20'000.0}) {
     const auto found = list.closestTo(37.8, -122.4, limit);
@@ -24,5 +20,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!found) continue;
     MARLUNE_FUZZ_REQUIRE(list.closestTo(37.8, -122.4, 1e300) == found);
   }
-  return 0;
 }

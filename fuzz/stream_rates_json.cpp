@@ -1,17 +1,11 @@
-#include <cmath>
-#include <cstdint>
-#include <string_view>
-
-#include "fuzz/Require.h"
+#include "fuzz/Target.h"
 #include "marlune/ocean/StreamRates.h"
 #include "marlune/platform/JsonReaders.h"
 
-using namespace marlune;
-
 /// Rates read back from a file are the same; the events of a record alternate, each at one of its samples.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+MARLUNE_FUZZ_TARGET(bytes) {
   JsonReaders readers;
-  const auto reading = stream_rates::read({reinterpret_cast<const char*>(data), size}, readers);
+  const auto reading = stream_rates::read(bytes, readers);
   MARLUNE_FUZZ_REQUIRE(!reading.error || reading.entries.empty());
   const auto again = stream_rates::read(stream_rates::fileOf(reading.entries), readers);
   MARLUNE_FUZZ_REQUIRE(!again.error && again.entries == reading.entries);
@@ -19,7 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (const auto& entry : reading.entries) counting += std::size_t{entry.instant().has_value()};
   const auto record = stream_rates::currentsOf(reading.entries, 1, 2);
   MARLUNE_FUZZ_REQUIRE((record != nullptr) == (counting >= 2));
-  if (!record) return 0;
+  if (!record) return;
   MARLUNE_FUZZ_REQUIRE(record->timeSeries.size() == counting && !record->events.empty());
   for (const auto& sample : record->timeSeries) {
     MARLUNE_FUZZ_REQUIRE(sample->value >= 0 && std::isfinite(sample->value) && !std::signbit(sample->value));
@@ -31,5 +25,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     MARLUNE_FUZZ_REQUIRE(before == nullptr || before->type != event->type);
     before = event.get();
   }
-  return 0;
 }

@@ -1,16 +1,10 @@
-#include <cmath>
-#include <cstdint>
-#include <string_view>
-
-#include "fuzz/Require.h"
+#include "fuzz/Target.h"
 #include "marlune/ocean/UKHOStreamStation.h"
-
-using namespace marlune;
 
 /// A collection has no feature when it has an error; stations are the features with a place, in their order,
 /// each at its point of the sphere.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const auto reading = StreamStationsGeoJSON::read({reinterpret_cast<const char*>(data), size});
+MARLUNE_FUZZ_TARGET(bytes) {
+  const auto reading = StreamStationsGeoJSON::read(bytes);
   const auto& features = reading.document.features;
   MARLUNE_FUZZ_REQUIRE(!reading.error || features.empty());
   const auto stations = UKHOStreamStation::listOf(reading.document);
@@ -26,5 +20,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     MARLUNE_FUZZ_REQUIRE(std::fabs(std::sqrt(x * x + y * y + z * z) - 6371) < 1e-6);
   }
   MARLUNE_FUZZ_REQUIRE(next == stations.size());
-  return 0;
 }

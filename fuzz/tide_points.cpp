@@ -1,13 +1,7 @@
-#include <cstdint>
-#include <string>
-#include <string_view>
-
-#include "fuzz/Require.h"
+#include "fuzz/Target.h"
 #include "marlune/global/TidePoints.h"
 #include "marlune/platform/JsonReaders.h"
 #include "marlune/platform/Text.h"
-
-using namespace marlune;
 
 namespace {
 
@@ -27,8 +21,8 @@ void checkStation(const TideStation& station) {
 
 /// What is decoded holds what every worldwide point holds. A reader that was used before, and blanks and a
 /// number that no double holds around the list, change nothing.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string text(reinterpret_cast<const char*>(data), size);
+MARLUNE_FUZZ_TARGET(bytes) {
+  const std::string text(bytes);
   JsonReaders readers;
   const auto stations = tide_points::stationsOf(text, readers);
   if (stations) {
@@ -36,7 +30,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   const auto again = tide_points::stationsOf(text + " \n", readers);
   MARLUNE_FUZZ_REQUIRE(again.has_value() == stations.has_value());
-  if (!stations || text.find(']') == std::string::npos) return 0;
+  if (!stations || text.find(']') == std::string::npos) return;
   MARLUNE_FUZZ_REQUIRE(again->size() == stations->size());
   const std::string more = text.substr(0, text.rfind(']')) + (stations->empty() ? "" : ",") +
                            R"({"id":7,"lat":0,"lon":0,"x":[-1e999,12345678901234567890123]}])";
@@ -47,5 +41,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     MARLUNE_FUZZ_REQUIRE((*longer)[i]->coordinate == (*stations)[i]->coordinate);
     MARLUNE_FUZZ_REQUIRE((*longer)[i]->stationName == (*stations)[i]->stationName);
   }
-  return 0;
 }

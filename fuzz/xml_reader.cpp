@@ -1,14 +1,9 @@
 #include "marlune/platform/XmlReader.h"
 
-#include <cstdint>
-#include <string>
-#include <string_view>
 #include <vector>
 
-#include "fuzz/Require.h"
+#include "fuzz/Target.h"
 #include "marlune/platform/Text.h"
-
-using namespace marlune;
 
 namespace {
 
@@ -46,8 +41,7 @@ class Checker : public XmlHandler {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string_view document(reinterpret_cast<const char*>(data), size);
+MARLUNE_FUZZ_TARGET(document) {
   Checker withContent(true);
   Checker without(false);
   const auto error = XmlReader::read(document, withContent);
@@ -55,5 +49,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   MARLUNE_FUZZ_REQUIRE(withContent.elements() == without.elements());
   MARLUNE_FUZZ_REQUIRE(error || (withContent.allClosed() && withContent.elements() > 0));
   MARLUNE_FUZZ_REQUIRE(!error || !error->empty());
-  return 0;
 }

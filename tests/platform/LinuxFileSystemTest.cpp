@@ -1,5 +1,3 @@
-// What only real files, processes and signals can show.
-
 #include "marlune/platform/linux/LinuxFileSystem.h"
 
 #include <gtest/gtest.h>
@@ -15,13 +13,153 @@
 #include <functional>
 #include <random>
 
-#include "support/HostTest.h"
+#include "support/FakeClock.h"
+#include "support/MemoryFileSystem.h"
 #include "support/TemporaryFolder.h"
 
 namespace marlune::testing {
 namespace {
 
 using Durability = FileSystem::Durability;
+
+std::size_t temporariesIn(const std::string& folder) {
+  std::size_t count = 0;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+    count += entry.path().filename().string().starts_with(".marlune-tmp-") ? 1U : 0U;
+  }
+  return count;
+}
+
+// What every file system behind the seam does, the system's and the one in memory that other tests rely on.
+
+class FileSystemContract : public ::testing::TestWithParam<bool> {
+ protected:
+  FileSystemContract() {
+    if (GetParam()) files = std::make_shared<LinuxFileSystem>(clock);
+    files->write(temporary.path(), temporary / "any", "", Durability::cache);
+    files->remove(temporary / "any");
+  }
+  void TearDown() override { EXPECT_EQ(temporariesIn(temporary.path()), 0U); }
+
+  bool write(const std::string& name, std::string_view bytes) {
+    return files->write(root, root + "/" + name, bytes, Durability::cache);
+  }
+  std::optional<Bytes> read(const std::string& name) { return files->read(root + "/" + name); }
+
+  TemporaryFolder temporary;
+  std::shared_ptr<FakeClock> clock = std::make_shared<FakeClock>();
+  std::shared_ptr<FileSystem> files = std::make_shared<MemoryFileSystem>(clock);
+  std::string root = temporary / "a/b";  // not there yet
+};
+
+TEST_P(FileSystemContract, writesAndReadsWholeFiles) {
+  EXPECT_FALSE(files->exists(root));
+  EXPECT_EQ(read("file"), std::nullopt);
+  std::string all;
+  for (int byte = 0; byte < 256; ++byte) all += static_cast<char>(byte);
+  for (const std::string& content : {all, std::string(), std::string(300'000, 'x'), std::string("short")}) {
+    for (const auto durability : {Durability::cache, Durability::userData}) {
+      ASSERT_TRUE(files->write(root, root + "/file", content, durability));
+      EXPECT_EQ(read("file"), content);
+      std::string room(all.size(), '-');
+      ASSERT_EQ(files->readInto(root + "/file", room), content.size());
+      EXPECT_EQ(room.substr(0, content.size()),
+                content.size() > room.size() ? std::string(room.size(), '-') : content);
+    }
+  }
+  std::string room(10, '-');
+  const auto whole = files->identity(root + "/file");
+  const auto ifSame = [&](const FileIdentity& file) { return whole->sameAs(file); };
+  EXPECT_EQ(files->readIntoIf(ifSame, root + "/file", room), 5U);
+  EXPECT_EQ(room, "short-----");
+  EXPECT_EQ(files->readIntoIf([](const FileIdentity&) { return false; }, root + "/file", room), std::nullopt);
+  EXPECT_EQ(files->readIntoIf(ifSame, root + "/nothing", room), std::nullopt);
+}
+
+TEST_P(FileSystemContract, refusesWhatLiesElsewhere) {
+  ASSERT_TRUE(write("folder-of-one", "x"));
+  const std::string paths[] = {"", root + "x/file", root + "/../file", root + "/deeper/file",
+                               root + std::string("/fi\0le", 6)};
+  for (const auto& path : paths) {
+    EXPECT_FALSE(files->write(root, path, "bytes", Durability::cache)) << path;
+    EXPECT_FALSE(files->move(root + "/folder-of-one", root, path)) << path;
+  }
+  EXPECT_EQ(files->list(temporary.path())->size(), 1U);
+  EXPECT_EQ(files->list(root), std::vector<std::string>{"folder-of-one"});
+}
+
+TEST_P(FileSystemContract, keepsFilesAndFoldersApart) {
+  ASSERT_TRUE(write("file", "content"));
+  const std::string below = root + "/file";
+  EXPECT_FALSE(files->write(below, below + "/x", "bytes", Durability::userData)) << "a file is no folder";
+  EXPECT_FALSE(files->write(temporary / "a", root, "bytes", Durability::cache)) << "a folder is not replaced";
+  EXPECT_FALSE(files->move(root + "/file", temporary / "a", root));
+  EXPECT_FALSE(files->move(root, temporary.path(), temporary / "c")) << "a folder is not moved";
+  EXPECT_EQ(files->read(root), std::nullopt);
+  EXPECT_FALSE(files->remove(root)) << "a folder is not removed";
+  EXPECT_EQ(files->list(below), std::nullopt);
+  EXPECT_EQ(files->list(root), std::vector<std::string>{"file"});
+  EXPECT_EQ(read("file"), "content");
+}
+
+TEST_P(FileSystemContract, removesAndMoves) {
+  ASSERT_TRUE(write("one", "1"));
+  ASSERT_TRUE(write("two", "2"));
+  EXPECT_FALSE(files->move(root + "/none", root, root + "/two"));
+  EXPECT_TRUE(files->move(root + "/one", root, root + "/two"));
+  EXPECT_FALSE(files->exists(root + "/one"));
+  const std::string other = temporary / "c/d";
+  EXPECT_TRUE(files->move(root + "/two", other, other + "/three"));
+  EXPECT_EQ(files->read(other + "/three"), "1");
+  EXPECT_TRUE(files->remove(other + "/three"));
+  EXPECT_FALSE(files->remove(other + "/three"));
+}
+
+TEST_P(FileSystemContract, identityTellsStatesApart) {
+  EXPECT_EQ(files->identity(root + "/file"), std::nullopt);
+  ASSERT_TRUE(write("file", "same size"));
+  const auto first = files->identity(root + "/file");
+  ASSERT_TRUE(first);
+  EXPECT_EQ(first->size, 9U);
+  EXPECT_TRUE(first->sameAs(*files->identity(root + "/file")));
+  ASSERT_TRUE(write("other", "SAME SIZE"));
+  EXPECT_FALSE(first->sameAs(*files->identity(root + "/other")));
+  // The clock stands still, so that the replaced file has the same size and the same time.
+  ASSERT_TRUE(write("file", "same_size"));
+  EXPECT_FALSE(first->sameAs(*files->identity(root + "/file")));
+}
+
+TEST_P(FileSystemContract, writesOnlyOverWhatWasSeen) {
+  using Outcome = FileSystem::Outcome;
+  const auto writeOver = [&](const std::optional<FileIdentity>& seen, std::string_view bytes) {
+    return files->writeIfUnchanged(root, root + "/file", bytes, Durability::userData, seen);
+  };
+  EXPECT_EQ(writeOver(std::nullopt, "first"), Outcome::written);
+  EXPECT_EQ(writeOver(std::nullopt, "x"), Outcome::changed) << "there is one now";
+  const auto seen = files->identity(root + "/file");
+  ASSERT_TRUE(write("file", "other"));
+  EXPECT_EQ(writeOver(seen, "x"), Outcome::changed);
+  EXPECT_EQ(read("file"), "other");
+  EXPECT_EQ(writeOver(files->identity(root + "/file"), "mine"), Outcome::written);
+  EXPECT_EQ(read("file"), "mine");
+  ASSERT_TRUE(files->remove(root + "/file"));
+  EXPECT_EQ(writeOver(seen, "x"), Outcome::changed) << "gone";
+  EXPECT_FALSE(files->exists(root + "/file"));
+  EXPECT_EQ(files->writeIfUnchanged(root, temporary / "out", "x", Durability::cache, {}), Outcome::failed);
+}
+
+TEST_P(FileSystemContract, filesCarryTheTimeOfTheClock) {
+  for (const double instant : {1'741'176'000.5, 0.0, -86'400.25, 4'102'444'800.0}) {
+    clock->set(dateFromSeconds(instant));
+    ASSERT_TRUE(write("file", "x"));
+    EXPECT_EQ(files->identity(root + "/file")->modified, static_cast<std::int64_t>(instant * 1e9));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(all, FileSystemContract, ::testing::Bool(),
+                         [](const auto& one) { return one.param ? "system" : "memory"; });
+
+// What only real files, processes and signals can show.
 
 /// Runs `body` in a child process, which ends with what it answers; the number of the child.
 pid_t inChild(const std::function<int()>& body) {
@@ -35,14 +173,6 @@ int statusOf(pid_t child) {
   int status = 0;
   if (::waitpid(child, &status, 0) != child || !WIFEXITED(status)) return -1;
   return WEXITSTATUS(status);
-}
-
-std::size_t temporariesIn(const std::string& folder) {
-  std::size_t count = 0;
-  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-    count += entry.path().filename().string().starts_with(".marlune-tmp-") ? 1U : 0U;
-  }
-  return count;
 }
 
 bool isWhole(const std::optional<Bytes>& content, std::size_t size) {
@@ -92,7 +222,7 @@ TEST(LinuxFileSystemTest, aKilledWriterLeavesOldOrNewContent) {
   EXPECT_GT(orphans, 0U);
   EXPECT_GT(replaced, 0U);
   ASSERT_TRUE(LinuxFileSystem().write(folder.path(), folder / "other", "x", Durability::cache));
-  expectNoTemporaryFiles(folder.path());
+  EXPECT_EQ(temporariesIn(folder.path()), 0U);
 }
 
 TEST(LinuxFileSystemTest, severalProcessesWriteAndReadOneFolder) {
@@ -127,7 +257,7 @@ TEST(LinuxFileSystemTest, severalProcessesWriteAndReadOneFolder) {
     }));
   }
   for (const pid_t child : children) EXPECT_EQ(statusOf(child), 0);
-  expectNoTemporaryFiles(folder.path());
+  EXPECT_EQ(temporariesIn(folder.path()), 0U);
 }
 
 TEST(LinuxFileSystemTest, aDiskThatFillsUpKeepsTheOldContent) {

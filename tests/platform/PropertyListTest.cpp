@@ -62,7 +62,6 @@ TEST(BinaryPropertyList, OtherFormsOfValuesAreRead) {
       {binary({"\x61\xFF\xFF"}), "\uFFFF"},
       {binary({"\xC1\x01", one}), Array{1}},
       {binary({"\xD2\x01\x01\x02\x03", "\x51z", one, "\x10\x02"}), Dictionary{{"z", 2}}},  // the last counts
-      {binary({one, "\xA1\x00"s}, 1), Array{1}},  // the root need not come first
   });
 }
 
@@ -73,13 +72,11 @@ TEST(BinaryPropertyList, BrokenValuesAreRefused) {
       binary({"\x14" + be(1, 8) + be(0, 8)}),
       binary({"\x5F\x23" + be(100, 8) + hundred}),                              // the count is no integer
       binary({"\x5F\x13" + be(~0ull, 8) + hundred}), binary({"\x52\xC3\xA9"}),  // not ASCII
-      binary({"\x54zzz"}),                                                      // longer than the objects
       binary({"\x62\xD8\x3D\x00\x41"s}),                                        // and before a letter
       binary({"\x61\xDE\x00"s}),                                                // low surrogate alone
       binary({"\x6F\x13" + be(1ull << 63, 8) + "ab"}),                          // twice the count is 0
       binary({"\xD1\x01\x01", one}),                                            // a key that is no text
       binary({"\xA1\x02", one}),                                                // no such object
-      binary({"\xA3\x01\x01", one}),                                            // runs into the next
       binary({"\xA1\x00"s}),                                                    // itself
   });
 }
@@ -93,14 +90,11 @@ TEST(BinaryPropertyList, TrailerIsChecked) {
   };
   const std::vector<std::string> bad = {
       with(26, "\0"sv),    // offsets of no bytes
-      with(26, "\2"),      // a table twice as long
       with(25, "\0"sv),    // references of no bytes
-      with(24, be(0, 8)),  // no objects
       with(24, be(3, 8)),  // more than offsets
       with(16, be(2, 8)),  // no such root
       with(8, be(8, 8)),   // no objects before the table
       with(34, "\x07"),    // an object in the magic word
-      "x" + good,
   };
   for (std::size_t i = 0; i < bad.size(); ++i) EXPECT_FALSE(readPropertyList(bad[i])) << "case " << i;
   for (std::size_t size = 0; size < good.size(); ++size) {
@@ -153,10 +147,6 @@ TEST(BinaryPropertyList, DepthIsBounded) {
 }
 
 TEST(XmlPropertyList, OtherFormsOfValuesAreRead) {
-  std::string utf16 = "\xFF\xFE";
-  for (const char16_t unit : u"<plist><string>\u00E9</string></plist>"sv) {
-    utf16 += {static_cast<char>(unit & 0xFF), static_cast<char>(unit >> 8)};
-  }
   expectRead({
       {xml("<integer>\n +7 \t</integer>"), 7},
       {xml("<integer>-0XfF</integer>"), -255},
@@ -164,9 +154,6 @@ TEST(XmlPropertyList, OtherFormsOfValuesAreRead) {
       {xml("<string> a&amp;b&lt;<![CDATA[<c>&]]>&#233;<!-- no -->\n</string>"), " a&b<<c>&\u00E9\n"},
       {xml("<dict><key>a</key><true/><key>a</key><false/></dict>"), Dictionary{{"a", false}}},
       {"<!DOCTYPE plist SYSTEM \"nowhere.dtd\">" + xml("<true/>"), true},
-      {"\xEF\xBB\xBF" + xml("<string>\u00E9</string>"), "\u00E9"},
-      {utf16, "\u00E9"},
-      {"<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>" + xml("<string>\xE9</string>"), "\u00E9"},
   });
 }
 

@@ -1,19 +1,13 @@
 #include <atomic>
-#include <condition_variable>
+#include <future>
 #include <thread>
 
 #include "providers/ProviderTest.h"
 
-namespace marlune {
+namespace marlune::testing {
 namespace {
 
-class CatalogueTest : public testing::ProviderTest {};
-
-std::vector<std::string> ids(const TideDataProvider::Stations& stations) {
-  std::vector<std::string> result;
-  for (const auto& station : stations) result.push_back(station->stationId.value_or("-"));
-  return result;
-}
+class CatalogueTest : public ProviderTest {};
 
 TEST_F(CatalogueTest, ReadsOnlyLinesOfEightFields) {
   fake.resources->files.insert_or_assign("stations_master_usa2.txt",
@@ -55,8 +49,8 @@ TEST_F(CatalogueTest, OneStationIsReadStraightFromTheFile) {
   EXPECT_EQ(provider->loadStationDataForStationId("nine"), nullptr);
   EXPECT_EQ(provider->loadStationDataForStationId(""), nullptr);
   EXPECT_FALSE(provider->hasLoadedStations());
-  EXPECT_EQ(ids(provider->getStationsByNearest({0, 0})), (std::vector<std::string>{"8"}));
-  EXPECT_EQ(ids(provider->getAllTideStations()), (std::vector<std::string>{"7", "8"}));
+  EXPECT_EQ(idsOf(provider->getStationsByNearest({0, 0})), "8 ");
+  EXPECT_EQ(idsOf(provider->getAllTideStations()), "7 8 ");
 }
 
 TEST_F(CatalogueTest, FindsByPlace) {
@@ -65,55 +59,39 @@ TEST_F(CatalogueTest, FindsByPlace) {
       "a~~0~10~20~A~S~\nb~~0~11~179.9~B~S~\nc~~0~11~-179.9~C~S~\nd~~0~0~0~D~S~\n");
   EXPECT_TRUE(provider->getStationsByNearest({0, 0}).empty()) << "does not load the catalogue";
   provider->loadStationData();
-  EXPECT_EQ(ids(provider->getStationsByNearest({11, -179.9})),
-            (std::vector<std::string>{"c", "b", "a", "d"}));
-  EXPECT_EQ(ids(provider->getStationsByRegionBoundary({9, 19}, {11, 21})), (std::vector<std::string>{"a"}));
+  EXPECT_EQ(idsOf(provider->getStationsByNearest({11, -179.9})), "c b a d ");
+  EXPECT_EQ(idsOf(provider->getStationsByRegionBoundary({9, 19}, {11, 21})), "a ");
   EXPECT_TRUE(provider->getStationsByRegionBoundary({10, 19}, {11, 21}).empty()) << "strict on the edge";
   EXPECT_TRUE(provider->getStationsByRegionBoundary({11, 21}, {9, 19}).empty())
       << "corners the other way round";
 }
 
 /// Resources that wait until they are let go.
-class SlowResources : public LibraryResources {
- public:
+struct SlowResources : FakeResources {
   std::optional<Bytes> read(std::string_view) const override {
-    std::unique_lock lock(mutex_);
-    reading_ = true;
-    changed_.notify_all();
-    changed_.wait(lock, [this] { return open_; });
+    reading.set_value();
+    open.wait();
     return "1~a~0~1~2~n~s~UTC\n";
   }
-  void waitForReader() {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [this] { return reading_; });
-  }
-  void open() {
-    const std::lock_guard lock(mutex_);
-    open_ = true;
-    changed_.notify_all();
-  }
-
- private:
-  mutable std::mutex mutex_;
-  mutable std::condition_variable changed_;
-  mutable bool reading_ = false;
-  bool open_ = false;
+  mutable std::promise<void> reading;
+  std::promise<void> opened;
+  const std::shared_future<void> open = opened.get_future().share();
 };
 
 TEST_F(CatalogueTest, ASecondThreadWaitsForTheFirstLoad) {
   const auto slow = std::make_shared<SlowResources>();
-  fake.otherResources = slow;
+  fake.resources = slow;
   provider = make();
   std::thread loader([&] { provider->loadStationData(); });
-  slow->waitForReader();
+  slow->reading.get_future().wait();
   EXPECT_TRUE(provider->hasLoadedStations()) << "set before the file is read";
-  std::atomic<std::size_t> seen = 0;
-  std::thread asker([&] { seen = provider->getAllTideStations().size(); });
-  slow->open();
+  std::atomic<std::size_t> found = 0;
+  std::thread asker([&] { found = provider->getAllTideStations().size(); });
+  slow->opened.set_value();
   loader.join();
   asker.join();
-  EXPECT_EQ(seen, 1U);
+  EXPECT_EQ(found, 1U);
 }
 
 }  // namespace
-}  // namespace marlune
+}  // namespace marlune::testing

@@ -10,25 +10,15 @@
 
 namespace marlune::testing {
 
-/// The application's bundle in a build for a region.
-class RegionBundle : public ApplicationBundle {
- public:
-  explicit RegionBundle(std::optional<std::string> region) : region_(std::move(region)) {}
-  std::optional<std::string> region() const override { return region_; }
-  std::optional<std::string> information(std::string_view) const override { return std::nullopt; }
-
- private:
-  const std::optional<std::string> region_;
-};
-
 /// A provider with a worldwide point at 1.5, 2 in UTC+1, which is not registered.
 class GlobalTest : public ProviderTest {
  protected:
-  explicit GlobalTest(const FakeHostOptions& options = {}) : ProviderTest(options) {
+  GlobalTest() {
     point->stationId = "global_5";
     point->coordinate = {1.5, 2};
     point->timezoneName = "Etc/GMT-1";
     point->isGlobal = true;
+    station = point;
   }
 
   static std::string yearAddress(int year) {
@@ -49,10 +39,6 @@ class GlobalTest : public ProviderTest {
   void script(int year, const std::string& body, int status = 200) {
     fake.http->script(yearAddress(year), answerOf(body, status));
   }
-  std::size_t pointInMemory(int year, int month) {
-    const auto list = provider->getTideData("global_5", year, month);
-    return list ? list->size() : 0;
-  }
 
   /// Runs `work` on another thread while this one, the main thread, goes on delivering.
   void elsewhere(const std::function<void()>& work) {
@@ -71,20 +57,7 @@ class GlobalTest : public ProviderTest {
     return present;
   }
 
-  NotificationRecorder seen{*fake.notifications};
   std::shared_ptr<TideStation> point = std::make_shared<TideStation>();
 };
-
-inline std::vector<std::string> namesOf(const std::vector<Notification>& posted) {
-  std::vector<std::string> names;
-  for (const auto& each : posted) names.push_back(each.name);
-  return names;
-}
-
-inline std::string idsOf(const TideDataProvider::Stations& stations) {
-  std::string ids;
-  for (const auto& station : stations) ids += station->stationId.value_or("-") + " ";
-  return ids;
-}
 
 }  // namespace marlune::testing

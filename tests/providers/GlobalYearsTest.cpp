@@ -1,34 +1,9 @@
 #include "providers/GlobalTest.h"
 
-namespace marlune {
+namespace marlune::testing {
 namespace {
 
-using testing::answerOf;
-using testing::namesOf;
-using Names = std::vector<std::string>;
-
-const char* const begun = "TideData_FetchHighLowTideBegun";
-const char* const completed = "TideData_FetchHighLowTideCompleted";
-const char* const failed = "TideData_FetchHighLowTideError";
-
-class GlobalYearsTest : public testing::GlobalTest {
- protected:
-  Names settled() {
-    EXPECT_TRUE(fake.settle());
-    return namesOf(seen.take());
-  }
-  /// fetchTideEventsForStation of the point; how many events came, -1 for none.
-  int fetchedPoint(Date from, Date to, bool* onMain = nullptr) {
-    int count = -2;
-    provider->fetchTideEventsForStation(point, from, to, [&, once = completions.once("fetch")](auto events) {
-      count = events ? static_cast<int>(events->size()) : -1;
-      if (onMain != nullptr) *onMain = fake.mainThread->isMainThread();
-      once();
-    });
-    EXPECT_TRUE(fake.settle());
-    return count;
-  }
-};
+class GlobalYearsTest : public GlobalTest {};
 
 TEST_F(GlobalYearsTest, AYearIsFiledByTheMonthsOfItsPlace) {
   script(2024,
@@ -36,9 +11,9 @@ TEST_F(GlobalYearsTest, AYearIsFiledByTheMonthsOfItsPlace) {
                     R"({"time":"2023-12-31T22:40:00Z","level":-1},{"time":"2023-12-31T23:10:00Z","level":2},)"
                     R"({"time":"2024-12-31T23:00:00Z","level":3})"));
   EXPECT_TRUE(ensure(2024));
-  EXPECT_EQ(pointInMemory(2023, 12), 1U);
-  EXPECT_EQ(pointInMemory(2024, 1), 31U) << "the year begins at 23:00 UTC there";
-  EXPECT_EQ(pointInMemory(2025, 1), 1U);
+  EXPECT_EQ(inMemory(2023, 12), 1U);
+  EXPECT_EQ(inMemory(2024, 1), 31U) << "the year begins at 23:00 UTC there";
+  EXPECT_EQ(inMemory(2025, 1), 1U);
   EXPECT_FALSE(months->cachedEvents("global_5", 2023, 12));
   EXPECT_FALSE(months->cachedEvents("global_5", 2025, 1)) << "only the year that was asked for is written";
   EXPECT_EQ(months->cachedEvents("global_5", 2024, 1)->size(), 31U);
@@ -50,7 +25,6 @@ TEST_F(GlobalYearsTest, AYearIsFiledByTheMonthsOfItsPlace) {
 TEST_F(GlobalYearsTest, TheMainThreadNeverWaits) {
   EXPECT_FALSE(provider->ensureGlobalYearCached(point, 2024));
   EXPECT_FALSE(provider->populateCacheForStation(point, 2024, 5));
-  EXPECT_FALSE(provider->fetchGlobalYearEventsBlocking(point, 2024));
   EXPECT_FALSE(provider->tideEventsForStation(point, 2024, 5, 0, at(2030, 1, 1)));
   EXPECT_FALSE(provider->getTideDataByTimestamp(point, at(2024, 5, 1), at(2024, 5, 9)));
   EXPECT_TRUE(fake.http->requests().empty());
@@ -68,13 +42,13 @@ TEST_F(GlobalYearsTest, AJanuaryOnTheDiskStandsForTheYear) {
     return provider->ensureGlobalYearCached(point, 2024);
   };
   EXPECT_TRUE(fresh({}));
-  EXPECT_EQ(pointInMemory(2024, 12), 30U);
+  EXPECT_EQ(inMemory(2024, 12), 30U);
   EXPECT_TRUE(fresh({2, 12}));
   EXPECT_FALSE(provider->tideEventsForStation(point, 2024, 2, 0, at(2030, 1, 1))) << "a hole stays";
   EXPECT_EQ(provider->tideEventsForStation(point, 2024, 3, 0, at(2030, 1, 1))->size(), 30U);
   months->cacheEvents({{at(2024, 1, 5), 1, true}}, "global_5", 2024, 1);
   EXPECT_FALSE(fresh({})) << "a January of 25 events or fewer does not";
-  EXPECT_EQ(pointInMemory(2024, 3), 30U) << "but what is there is taken";
+  EXPECT_EQ(inMemory(2024, 3), 30U) << "but what is there is taken";
 }
 
 TEST_F(GlobalYearsTest, AMonthRequestEndsInCompletedOrErrorAndItsKeyIsFree) {
@@ -89,7 +63,8 @@ TEST_F(GlobalYearsTest, AMonthRequestEndsInCompletedOrErrorAndItsKeyIsFree) {
     });
     provider->beginGetHighLowTideData(point, date, nullptr, true);
     const Names once = {begun, works ? completed : failed};
-    EXPECT_EQ(settled(), works ? once : (Names{begun, failed, begun, failed})) << "who is told may ask again";
+    EXPECT_EQ(namesOf(settled()), works ? once : (Names{begun, failed, begun, failed}))
+        << "who is told may ask again";
   }
   EXPECT_EQ(fake.http->requests().size(), 3U);
   provider->beginGetHighLowTideData(point, date, nullptr, false);
@@ -104,9 +79,9 @@ TEST_F(GlobalYearsTest, OneLoadAStationAndYearWhoeverAsks) {
   provider->verifyAndDownloadFavoriteStationData(point);
   ASSERT_TRUE(fake.http->waitForRequests(2));
   fake.http->answer(yearAddress(2024), answerOf(yearAnswer(2024)));
-  EXPECT_EQ(settled(), Names{begun}) << "the load that is under way tells nobody";
+  EXPECT_EQ(namesOf(settled()), Names{begun}) << "the load that is under way tells nobody";
   EXPECT_LE(fake.http->requests().size(), 3U);
-  EXPECT_EQ(pointInMemory(2024, 5), 30U);
+  EXPECT_EQ(inMemory(2024, 5), 30U);
 }
 
 TEST_F(GlobalYearsTest, ARefreshReplacesTheCurrentYear) {
@@ -120,68 +95,35 @@ TEST_F(GlobalYearsTest, ARefreshReplacesTheCurrentYear) {
   provider->cacheGlobalYearEvents({{at(2025, 9, 2), 1, true}}, point, 2025);
   script(2024, yearAnswer(2024));
   provider->queueRefreshDataTaskForStation(point);
-  EXPECT_EQ(settled(), Names{completed});
-  EXPECT_EQ(pointInMemory(2024, 9), 30U);
-  EXPECT_EQ(pointInMemory(2025, 9), 1U) << "other years stay in memory";
+  EXPECT_EQ(namesOf(settled()), Names{completed});
+  EXPECT_EQ(inMemory(2024, 9), 30U);
+  EXPECT_EQ(inMemory(2025, 9), 1U) << "other years stay in memory";
   EXPECT_FALSE(months->cachedEvents("global_5", 2025, 9)) << "and go from the disk";
 }
 
 TEST_F(GlobalYearsTest, ARangeIsFetchedUnlessTwoEventsAreAtHand) {
-  bool onMain = false;
   script(2024, "", 404);
-  EXPECT_EQ(fetchedPoint(dateAt(2024, 5, 1), dateAt(2024, 5, 9), &onMain), -1);
-  EXPECT_TRUE(onMain);
-  EXPECT_EQ(fake.http->requests().size(), 1U);
+  EXPECT_EQ(fetched(dateAt(2024, 5, 1), dateAt(2024, 6, 9)), -1);
+  EXPECT_TRUE(cameOnMain);
+  EXPECT_EQ(fake.http->requests().size(), 1U) << "both months are of one year";
   provider->cacheGlobalYearEvents({{at(2024, 5, 3), 1, true}}, point, 2024);
-  EXPECT_EQ(fetchedPoint(dateAt(2024, 5, 1), dateAt(2024, 5, 9)), 1) << "one that is found is delivered";
+  EXPECT_EQ(fetched(dateAt(2024, 5, 1), dateAt(2024, 5, 9)), 1) << "one that is found is delivered";
   EXPECT_EQ(fake.http->requests().size(), 2U) << "but not before the service was asked";
   script(2024, yearAnswer(2024, {12}));
   script(2025, yearAnswer(2025, {1}));
-  EXPECT_EQ(fetchedPoint(dateAt(2024, 12, 1), dateAt(2025, 1, 30)), 60);
-}
-
-TEST_F(GlobalYearsTest, OffTheMainThreadAFailedYearIsAskedForOnce) {
-  for (const int year : {2024, 2025}) script(year, "", 404);
-  elsewhere([&] {
-    provider->fetchTideEventsForStation(point, dateAt(2024, 5, 1), dateAt(2024, 6, 9),
-                                        [once = completions.once("fetch")](const auto& events) {
-                                          EXPECT_FALSE(events);
-                                          once();
-                                        });
-  });
-  ASSERT_TRUE(fake.settle());
-  EXPECT_EQ(fake.http->requests().size(), 1U);
-  elsewhere([&] { provider->getTideDataByTimestamp(point, at(2024, 12, 1), at(2025, 1, 9)); });
-  EXPECT_EQ(fake.http->requests().size(), 3U);
+  EXPECT_EQ(fetched(dateAt(2024, 12, 1), dateAt(2025, 1, 30)), 60);
 }
 
 TEST_F(GlobalYearsTest, APointThatIsHandedInIsKnownFromThenOn) {
-  const auto date = dateAt(2024, 5, 1);
   script(2024, "", 404);
-  script(2025, "", 404);
-  const std::vector<std::function<void()>> operations = {
-      [&] { provider->registerGlobalStation(point); },
-      [&] { provider->beginGetHighLowTideData(point, date, nullptr, false); },
-      [&] { provider->loadTideEventsForStation(point, date); },
-      [&] { fetchedPoint(date, date); },
-      [&] { provider->populateCacheForStation(point, 2024, 5); },
-      [&] { provider->getTideDataByTimestamp(point, 0, 1); },
-      [&] { provider->queueRefreshDataTaskForStation(point); },
-      [&] { provider->verifyAndDownloadFavoriteStationData(point); },
-      [&] { provider->ensureGlobalYearCached(point, 2024); },
-      [&] {
-        provider->cacheGlobalYearEvents({{0, 1, true}}, point, 1970);
-      }};
-  for (const auto& operation : operations) {
-    provider = make();
-    operation();
-    ASSERT_TRUE(fake.settle());
-    const auto known = provider->getTideStationById("global_5");
-    EXPECT_EQ(known, point) << &operation - operations.data();
-  }
-  const auto other = std::make_shared<TideStation>(*point);
-  provider->populateCacheForStation(other, 2024, 5);
+  provider->beginGetHighLowTideData(point, dateAt(2024, 5, 1), nullptr, false);
+  EXPECT_EQ(provider->getTideStationById("global_5"), point);
+  provider = make();
+  fetched(dateAt(2024, 5, 1), dateAt(2024, 5, 1));
+  EXPECT_EQ(provider->getTideStationById("global_5"), point);
+  provider->populateCacheForStation(std::make_shared<TideStation>(*point), 2024, 5);
   EXPECT_EQ(provider->getTideStationById("global_5"), point) << "one that is known stays";
+  ASSERT_TRUE(fake.settle());
 }
 
 /// A provider that does not wait for years.
@@ -201,7 +143,7 @@ TEST_F(GlobalYearsTest, ALateAnswerIsDroppedAndTheNextRequestTriesAgain) {
   ASSERT_TRUE(fake.http->waitForRequests(1));
   fake.http->answer(yearAddress(2024), answerOf(yearAnswer(2024)));
   ASSERT_TRUE(fake.settle());
-  EXPECT_EQ(pointInMemory(2024, 5), 0U);
+  EXPECT_EQ(inMemory(2024, 5), 0U);
   provider = std::make_unique<TideDataProvider>(fake.host(), files, months, service);
   EXPECT_TRUE(ensure(2024)) << "from what the service kept";
 }
@@ -221,19 +163,7 @@ TEST_F(GlobalYearsTest, DestroyedWithWorkInFlightItCallsEveryCompletionOnce) {
   EXPECT_EQ(completions.outstanding(), 0U);
   fake.http->answer(yearAddress(2024), answerOf(yearAnswer(2024)));
   fake.http->answer(yearAddress(2025), answerOf("", 500));
-  EXPECT_EQ(settled(), Names{begun});
-}
-
-TEST_F(GlobalYearsTest, ACompletionMayDestroyTheProvider) {
-  script(2024, yearAnswer(2024));
-  provider->fetchTideEventsForStation(point, dateAt(2024, 5, 1), dateAt(2024, 5, 9),
-                                      [&, once = completions.once("fetch")](const auto& events) {
-                                        EXPECT_TRUE(events);
-                                        provider.reset();
-                                        once();
-                                      });
-  ASSERT_TRUE(fake.settle());
-  EXPECT_EQ(provider, nullptr);
+  EXPECT_EQ(namesOf(settled()), Names{begun});
 }
 
 TEST_F(GlobalYearsTest, TheFavouritesAreLoadedOverTheCatalogueOnTheLoadingThread) {
@@ -253,4 +183,4 @@ TEST_F(GlobalYearsTest, TheFavouritesAreLoadedOverTheCatalogueOnTheLoadingThread
 }
 
 }  // namespace
-}  // namespace marlune
+}  // namespace marlune::testing

@@ -14,11 +14,29 @@
 
 namespace marlune::testing {
 
+using Names = std::vector<std::string>;
+
+inline constexpr const char* begun = "TideData_FetchHighLowTideBegun";
+inline constexpr const char* completed = "TideData_FetchHighLowTideCompleted";
+inline constexpr const char* failed = "TideData_FetchHighLowTideError";
+
+inline Names namesOf(const std::vector<Notification>& posted) {
+  Names names;
+  for (const auto& each : posted) names.push_back(each.name);
+  return names;
+}
+
+inline std::string idsOf(const TideDataProvider::Stations& stations) {
+  std::string ids;
+  for (const auto& station : stations) ids += station->stationId.value_or("-") + " ";
+  return ids;
+}
+
 /// A provider over fakes: 2024-05-15 12:00 UTC, a station in UTC, and year documents of its making. The
 /// service of worldwide points fails until a test scripts it.
 class ProviderTest : public HostTest {
  protected:
-  explicit ProviderTest(const FakeHostOptions& options = {}) : HostTest(options) {
+  ProviderTest() {
     fake.settings.tideApiHost = "tides.test";
     fake.settings.supportEmail = "help@tides.test";
     fake.settings.globalTidesBaseURL = "http://points.test";
@@ -53,6 +71,26 @@ class ProviderTest : public HostTest {
     return text + "</tides>" + std::string(2600, ' ');
   }
 
+  /// A forecast of the Bureau for 2024 with `perMonth` events in each month up to `lastMonth`, every six
+  /// hours from the first midnight in `zone` on, `late` seconds later than that.
+  static Bytes bureauForecast(int perMonth, const char* zone, double level = 1.5, int lastMonth = 12,
+                              int late = 0) {
+    const Calendar utc{TimeZone()};
+    const Calendar local{TimeZone::named(zone).value()};
+    std::string text = "<product><forecast>";
+    for (int month = 1; month <= lastMonth; ++month) {
+      const std::int64_t first = local.instant({2024, month, 1, 0, 0, 0}) + late;
+      for (int i = 0; i < perMonth; ++i) {
+        const CivilTime t = utc.components(first + i * 21'600);
+        text += fmt::format(
+            "<element type=\"tide_forecast\" instance=\"{}\" time-utc=\"{}-{:02}-{:02}T{:02}:{:02}:"
+            "{:02}Z\">{}</element>\n",
+            i % 2 == 0 ? "high" : "low", t.year, t.month, t.day, t.hour, t.minute, t.second, level);
+      }
+    }
+    return text + "</forecast></product>";
+  }
+
   static std::string address(int year) {
     return fmt::format("http://tides.test/v1/tideapi.php?op=highlowtide&id=7&year={}&version=1&format=xml",
                        year);
@@ -75,8 +113,14 @@ class ProviderTest : public HostTest {
   }
   Data kept(int year) { return files->loadFileInContainer(kGroupContainerName, fileName(year)); }
   std::size_t inMemory(int year, int month) {
-    const auto list = provider->getTideData("7", year, month);
+    const auto list = provider->getTideData(*station->stationId, year, month);
     return list ? list->size() : 0;
+  }
+
+  /// What has been posted since the last time, once nothing is under way any more.
+  std::vector<Notification> settled() {
+    EXPECT_TRUE(fake.settle());
+    return seen.take();
   }
 
   /// fetchTideEventsForStation, waited for; how many events came, -1 for none.
@@ -85,14 +129,17 @@ class ProviderTest : public HostTest {
     provider->fetchTideEventsForStation(station, from, to,
                                         [&, once = completions.once("fetch")](auto events) {
                                           count = events ? static_cast<int>(events->size()) : -1;
+                                          cameOnMain = fake.mainThread->isMainThread();
                                           once();
                                         });
     EXPECT_TRUE(fake.settle());
     return count;
   }
 
+  bool cameOnMain = false;                       ///< did what was fetched come on the main thread?
   static constexpr double noon = 1'715'774'400;  // 2024-05-15 12:00 UTC
   static constexpr const char* pointsAddress = "http://points.test/tide-points";
+  NotificationRecorder seen{*fake.notifications};
   std::shared_ptr<FileAccess> files;
   std::shared_ptr<TideEventDiskCache> months;
   std::shared_ptr<PelagoraService> service;

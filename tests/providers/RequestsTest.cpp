@@ -3,12 +3,10 @@
 
 #include "providers/ProviderTest.h"
 
-namespace marlune {
+namespace marlune::testing {
 namespace {
 
-using Names = std::vector<std::string>;
-
-class RequestsTest : public testing::ProviderTest {
+class RequestsTest : public ProviderTest {
  protected:
   RequestsTest() {
     observation = fake.notifications->observe("", [this](const Notification&) {
@@ -18,25 +16,9 @@ class RequestsTest : public testing::ProviderTest {
   void begin(Date date, bool notify = true) {
     provider->beginGetHighLowTideData(station, date, nullptr, notify);
   }
-  /// What has been posted since the last time, once nothing is under way any more.
-  std::vector<Notification> settled() {
-    EXPECT_TRUE(fake.settle());
-    return seen.take();
-  }
-  static Names namesOf(const std::vector<Notification>& posted) {
-    Names names;
-    for (const auto& each : posted) names.push_back(each.name);
-    return names;
-  }
-
-  testing::NotificationRecorder seen{*fake.notifications};
   NotificationCenter::Observation observation;
   std::atomic<int> onMain = 0;
 };
-
-const char* const begun = "TideData_FetchHighLowTideBegun";
-const char* const completed = "TideData_FetchHighLowTideCompleted";
-const char* const failed = "TideData_FetchHighLowTideError";
 
 TEST_F(RequestsTest, ACachedMonthIsCompletedAtOnce) {
   keep(2024, document(2024, 31));
@@ -71,7 +53,7 @@ TEST_F(RequestsTest, AMonthBelow31EventsIsLoadedFromItsFile) {
 
 TEST_F(RequestsTest, NovemberFetchesTheNextYearAheadOfNeed) {
   keep(2024, document(2024, 31));
-  fake.http->script(address(2025), testing::answerOf(document(2025, 31)));
+  fake.http->script(address(2025), answerOf(document(2025, 31)));
   begin(dateAt(2024, 11, 30));
   Names names = namesOf(settled());
   std::sort(names.begin(), names.end());  // the download and the load are under way side by side
@@ -96,11 +78,15 @@ TEST_F(RequestsTest, ADownloadEndsInCompletedOrError) {
   allowLog("addTideData");
   months->cacheEvents({{at(2024, 9, 2), 1, true}}, "7", 2024, 9);
   for (const auto& [size, names] : cases) {
-    fake.http->script(address(2024), testing::answerOf(padded(size)));
+    fake.http->script(address(2024), answerOf(padded(size)));
     onMain = 0;
     begin(dateAt(2024, 5, 20));
     const auto posted = settled();
     EXPECT_EQ(namesOf(posted), names);
+    EXPECT_EQ(posted[1].object, provider.get());
+    EXPECT_EQ(std::any_cast<std::string>(posted[1].userInfo->at("filename")), fileName(2024));
+    EXPECT_GE(std::any_cast<double>(posted[1].userInfo->at("duration")), 0.0);
+    EXPECT_EQ(kept(2024) != nullptr, size == 2501);
     EXPECT_EQ(onMain, 2) << "the download's own notification comes from its thread";
     EXPECT_EQ(std::any_cast<Date>(posted.back().userInfo->at("date")), dateAt(2024, 5, 20));
   }
@@ -112,7 +98,7 @@ TEST_F(RequestsTest, EqualRequestsAreOne) {
   for (int i = 0; i < 3; ++i) begin(dateAt(2024, 5, 20));
   begin(dateAt(2024, 6, 20));  // the same file
   ASSERT_TRUE(fake.http->waitForRequests(1));
-  fake.http->answer(address(2024), testing::answerOf(document(2024, 31)));
+  fake.http->answer(address(2024), answerOf(document(2024, 31)));
   EXPECT_EQ(namesOf(settled()), (Names{begun, begun, begun, begun, "downloadedTideData", completed}));
   EXPECT_EQ(fake.http->requests().size(), 1U);
   begin(dateAt(2024, 6, 20));
@@ -121,7 +107,7 @@ TEST_F(RequestsTest, EqualRequestsAreOne) {
 
 TEST_F(RequestsTest, APoorFileIsDeletedAndRefreshed) {
   const std::string poor[] = {padded(2499), document(2024, 29), "<broken" + padded(3000)};
-  fake.http->script(address(2024), testing::answerOf(document(2024, 31, 5.0)));
+  fake.http->script(address(2024), answerOf(document(2024, 31, 5.0)));
   for (const auto& bytes : poor) {
     provider->clearCache();
     keep(2024, bytes);
@@ -136,7 +122,7 @@ TEST_F(RequestsTest, APoorFileIsDeletedAndRefreshed) {
 
 TEST_F(RequestsTest, AFailedRefreshSaysSoAndKeepsTheFile) {
   keep(2024, document(2024, 31));
-  fake.http->script(address(2024), testing::answerOf(padded(2000)));
+  fake.http->script(address(2024), answerOf(padded(2000)));
   provider->queueRefreshDataTaskForStation(station);
   provider->queueRefreshDataTaskForStation(nullptr);
   const auto posted = settled();
@@ -150,7 +136,7 @@ TEST_F(RequestsTest, ARefreshReplacesTheCurrentMonth) {
   keep(2024, document(2024, 31, 1.0));
   provider->populateCacheForStation(station, 2024, 5);
   provider->populateCacheForStation(station, 2024, 6);
-  fake.http->script(address(2024), testing::answerOf(document(2024, 30, 2.0)));
+  fake.http->script(address(2024), answerOf(document(2024, 30, 2.0)));
   provider->queueRefreshDataTaskForStation(station);
   settled();
   EXPECT_EQ(inMemory(2024, 5), 30U) << "dropped before the merge";
@@ -173,23 +159,21 @@ TEST_F(RequestsTest, ADayIs86400SecondsFromTheStationsMidnight) {
 
 TEST_F(RequestsTest, ARangeThatIsMissingIsTransferredFrom251BytesOn) {
   allowLog("addTideData");
-  fake.http->script(address(2024), testing::answerOf(padded(250)));
+  fake.http->script(address(2024), answerOf(padded(250)));
   EXPECT_EQ(fetched(dateAt(2024, 5, 1), dateAt(2024, 6, 30)), -1);
   EXPECT_FALSE(kept(2024));
-  fake.http->script(address(2024), testing::answerOf(padded(251), 404));
+  fake.http->script(address(2024), answerOf(padded(251), 404));
   EXPECT_EQ(fetched(dateAt(2024, 5, 1), dateAt(2024, 6, 30)), -1);
   EXPECT_TRUE(kept(2024)) << "only the size decides";
-  fake.http->script(address(2024), testing::answerOf(document(2024, 31)));
+  fake.http->script(address(2024), answerOf(document(2024, 31)));
   EXPECT_EQ(fetched(dateAt(2024, 5, 1), dateAt(2024, 6, 30)), 62) << "and the bad file is overcome";
   EXPECT_EQ(months->cachedEvents("7", 2024, 6)->size(), 31U);
   EXPECT_EQ(fake.http->requests().size(), 3U);
-  EXPECT_TRUE(settled().empty()) << "a range fetch posts nothing";
-}
-
-TEST_F(RequestsTest, OneEventIsNotEnoughForARange) {
+  provider->clearCache();
+  months->evictAll();
   keep(2024, document(2024, 1));
-  fake.http->script(address(2024), testing::answerOf(document(2024, 31)));
-  EXPECT_EQ(fetched(dateAt(2024, 5, 1), dateAt(2024, 5, 30)), 31);
+  EXPECT_EQ(fetched(dateAt(2024, 5, 1), dateAt(2024, 5, 30)), 31) << "nor is one event enough";
+  EXPECT_TRUE(settled().empty()) << "a range fetch posts nothing";
 }
 
 TEST_F(RequestsTest, ARangeOverNewYearAlsoBringsTheNextYearsFile) {
@@ -200,7 +184,7 @@ TEST_F(RequestsTest, ARangeOverNewYearAlsoBringsTheNextYearsFile) {
                                       [&](const auto& events) { atOnce = events->size(); });
   EXPECT_EQ(atOnce, 31U) << "what is there is not kept waiting";
   ASSERT_TRUE(fake.http->waitForRequests(1));
-  ASSERT_TRUE(fake.http->answer(address(2025), testing::answerOf(document(2025, 31))));
+  ASSERT_TRUE(fake.http->answer(address(2025), answerOf(document(2025, 31))));
   EXPECT_TRUE(settled().empty());
   EXPECT_TRUE(kept(2025));
   EXPECT_EQ(fetched(dateAt(2024, 12, 2), dateAt(2025, 1, 2, 13)), 33);
@@ -210,11 +194,11 @@ TEST_F(RequestsTest, ARangeOverNewYearAlsoBringsTheNextYearsFile) {
 TEST_F(RequestsTest, FavouritesKeepThisYearAndTheNext) {
   EXPECT_EQ(provider->yearsForFavoriteDownload(), (Names{"2024", "2025"}));
   keep(2024, "anything");
-  fake.http->script(address(2025), testing::answerOf(padded(50)));
+  fake.http->script(address(2025), answerOf(padded(50)));
   provider->verifyAndDownloadFavoriteStationData(station);
   EXPECT_TRUE(settled().empty());
   EXPECT_FALSE(kept(2025));
-  fake.http->script(address(2025), testing::answerOf(padded(51)));
+  fake.http->script(address(2025), answerOf(padded(51)));
   provider->verifyAndDownloadFavoriteStationData(station);
   EXPECT_TRUE(settled().empty()) << "nothing is posted";
   EXPECT_TRUE(kept(2025));
@@ -241,4 +225,4 @@ TEST_F(RequestsTest, DestroyedWithWorkInFlightItCallsEveryCompletionOnce) {
 }
 
 }  // namespace
-}  // namespace marlune
+}  // namespace marlune::testing

@@ -57,8 +57,7 @@ TEST(YearEventsTest, FindsARangeInAnyOrder) {
   struct {
     std::int64_t begin, end;
     std::size_t count;
-  } const ranges[] = {{10, 30, 4}, {11, 29, 2}, {20, 20, 2}, {31, 99, 0},
-                      {0, 9, 0},   {30, 10, 0}, {30, 30, 1}};
+  } const ranges[] = {{10, 30, 4}, {11, 29, 2}, {20, 20, 2}, {31, 99, 0}, {30, 10, 0}};
   for (const auto& range : ranges) {
     for (const auto& events : {ascending, mixed}) {
       const auto found = YearEvents(events).between(range.begin, range.end);

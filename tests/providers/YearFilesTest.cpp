@@ -1,11 +1,9 @@
 #include "providers/ProviderTest.h"
 
-namespace marlune {
+namespace marlune::testing {
 namespace {
 
-using Names = std::vector<std::string>;
-
-class YearFilesTest : public testing::ProviderTest {};
+class YearFilesTest : public ProviderTest {};
 
 TEST_F(YearFilesTest, CutsAMonthWithItsMargins) {
   const auto zone = TimeZone::named("America/Los_Angeles").value();
@@ -19,8 +17,7 @@ TEST_F(YearFilesTest, CutsAMonthWithItsMargins) {
   ASSERT_EQ(month->size(), 2U);
   EXPECT_EQ(month->front().timestamp, begin);
   EXPECT_EQ(month->back().timestamp, end);
-
-  expectLog("[TideDataProvider] Error: Nil parameter passed to getHighLowTideDataFromNSData");
+  expectLog("Nil parameter passed to getHighLowTideDataFromNSData");
   EXPECT_FALSE(provider->getHighLowTideDataFromNSData(nullptr, station, 2024, 1));
 }
 
@@ -30,27 +27,6 @@ TEST_F(YearFilesTest, NamesFilesAndAddresses) {
   fake.settings.servicesBaseURL = "https://127.0.0.1:8/base/";
   EXPECT_EQ(make()->getTideDataEndpointForStation(station, 2024),
             "https://127.0.0.1:8/base/v1/tideapi.php?op=highlowtide&id=7&year=2024&version=1&format=xml");
-}
-
-TEST_F(YearFilesTest, KeepsADownloadFrom2501BytesOn) {
-  testing::NotificationRecorder seen(*fake.notifications);
-  for (const std::size_t size : {std::size_t{2500}, std::size_t{2501}}) {
-    fake.http->script(address(2024), testing::answerOf(padded(size), 500));
-    Data got = makeData("not called");
-    provider->loadDataAtURL(address(2024), fileName(2024), [&](Data data) { got = std::move(data); });
-    const bool good = size == 2501;
-    EXPECT_EQ(got != nullptr, good) << size;
-    EXPECT_EQ(kept(2024) != nullptr, good) << size;
-    const auto posted = seen.take();
-    ASSERT_EQ(posted.size(), 1U);
-    EXPECT_EQ(posted[0].name, good ? "downloadedTideData" : "downloadTideDataFailed");
-    EXPECT_EQ(posted[0].object, provider.get());
-    EXPECT_EQ(std::any_cast<std::string>(posted[0].userInfo->at("filename")), "20247.xml");
-    EXPECT_GE(std::any_cast<double>(posted[0].userInfo->at("duration")), 0.0);
-  }
-  fake.http->script(address(2024), testing::failedAnswer("cut"));
-  provider->loadDataAtURL(address(2024), fileName(2024), [](const Data& data) { EXPECT_EQ(data, nullptr); });
-  EXPECT_EQ(kept(2024)->size(), 2501U) << "a failure leaves the good file";
 }
 
 TEST_F(YearFilesTest, SeedsTheDeviceYearOnce) {
@@ -109,10 +85,10 @@ TEST_F(YearFilesTest, AYearFileThatHoldsNothingIsFetchedAgain) {
   for (const std::string& page : {padded(3000) + "<error page", padded(3000)}) {
     provider->clearCache();
     keep(2024, page);
-    fake.http->script(address(2024), testing::answerOf("short"));
+    fake.http->script(address(2024), answerOf("short"));
     EXPECT_FALSE(whole());
     EXPECT_EQ(*kept(2024), page) << "a failed download replaces nothing";
-    fake.http->script(address(2024), testing::answerOf(document(2024, 30)));
+    fake.http->script(address(2024), answerOf(document(2024, 30)));
     EXPECT_EQ(whole()->size(), 30U);
   }
 }
@@ -149,4 +125,4 @@ TEST_F(YearFilesTest, TheStationsOwnZoneDecidesTheMonth) {
 }
 
 }  // namespace
-}  // namespace marlune
+}  // namespace marlune::testing

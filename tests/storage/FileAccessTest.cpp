@@ -1,16 +1,19 @@
 #include "marlune/storage/FileAccess.h"
 
-#include "support/HostTest.h"
+#include <gtest/gtest.h>
+
+#include "marlune/platform/linux/FolderLayout.h"
+#include "marlune/platform/linux/LinuxFileSystem.h"
+#include "support/TemporaryFolder.h"
 
 namespace marlune {
 namespace {
 
-class FileAccessTest : public testing::HostTest {
+class FileAccessTest : public ::testing::Test {
  protected:
-  FileAccessTest() : HostTest({.files = testing::FakeHostOptions::Files::inTemporaryFolder}) {}
-
   static constexpr std::string_view group = kGroupContainerName;
-  FileAccess files{fake.folders, fake.files};
+  const testing::TemporaryFolder folder;
+  FileAccess files{std::make_shared<FolderLayout>(folder.path()), std::make_shared<LinuxFileSystem>()};
 };
 
 TEST_F(FileAccessTest, KeepsFilesInBothPlaces) {

@@ -2,27 +2,14 @@
 
 #include "marlune/platform/FixedTimeZone.h"
 #include "marlune/platform/PropertyListDefaults.h"
-#include "marlune/platform/linux/FolderLayout.h"
-#include "marlune/platform/linux/LinuxFileSystem.h"
 #include "marlune/platform/linux/QueueFactory.h"
 
 namespace marlune::testing {
 
-FakeHost::FakeHost(const FakeHostOptions& options) {
-  if (options.files == FakeHostOptions::Files::inMemory) {
-    files = std::make_shared<MemoryFileSystem>(clock);
-    folders = std::make_shared<FolderLayout>("/data");
-  } else {
-    folder = std::make_unique<TemporaryFolder>();
-    files = std::make_shared<LinuxFileSystem>(clock);
-    folders = std::make_shared<FolderLayout>(folder->path());
-  }
-}
-
 Host FakeHost::host() const {
   Host host;
   host.application = application;
-  host.resources = otherResources ? otherResources : resources;
+  host.resources = resources;
   host.userDefaults = std::make_shared<PropertyListDefaults>(files, *folders->documents());
   host.folders = folders;
   host.files = files;

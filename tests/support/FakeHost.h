@@ -7,6 +7,7 @@
 #include "marlune/platform/Activity.h"
 #include "marlune/platform/Host.h"
 #include "marlune/platform/NotificationHub.h"
+#include "marlune/platform/linux/FolderLayout.h"
 #include "marlune/platform/linux/MainLoop.h"
 #include "marlune/platform/linux/PropertyListBundle.h"
 #include "support/CollectingLog.h"
@@ -14,14 +15,8 @@
 #include "support/FakeHttpClient.h"
 #include "support/FakeResources.h"
 #include "support/MemoryFileSystem.h"
-#include "support/TemporaryFolder.h"
 
 namespace marlune::testing {
-
-struct FakeHostOptions {
-  enum class Files { inMemory, inTemporaryFolder };
-  Files files = Files::inMemory;
-};
 
 /// A host of fakes, each at hand under its own type. The thread that makes it is the main thread.
 ///
@@ -31,8 +26,6 @@ struct FakeHostOptions {
 ///     ASSERT_TRUE(fake.settle());
 class FakeHost {
  public:
-  explicit FakeHost(const FakeHostOptions& options = {});
-
   /// The host of these fakes, as they are set at this moment.
   Host host() const;
 
@@ -44,13 +37,11 @@ class FakeHost {
   std::string container(std::string_view group) const { return *folders->container(group); }
 
   std::shared_ptr<Activity> activity = std::make_shared<Activity>();
-  std::unique_ptr<TemporaryFolder> folder;  ///< set when files lie in one
   std::shared_ptr<FakeClock> clock = std::make_shared<FakeClock>();
-  std::shared_ptr<FileSystem> files;
-  std::shared_ptr<Folders> folders;
+  std::shared_ptr<FileSystem> files = std::make_shared<MemoryFileSystem>(clock);
+  std::shared_ptr<Folders> folders = std::make_shared<FolderLayout>("/data");
   std::shared_ptr<ApplicationBundle> application = std::make_shared<PropertyListBundle>(std::nullopt);
   std::shared_ptr<FakeResources> resources = std::make_shared<FakeResources>();
-  std::shared_ptr<LibraryResources> otherResources;  ///< in place of `resources` when it is set
   std::shared_ptr<FakeHttpClient> http = std::make_shared<FakeHttpClient>(activity);
   std::optional<TimeZone> deviceTimeZone;  ///< UTC when it is not set
   std::shared_ptr<MainLoop> mainThread = std::make_shared<MainLoop>(activity);

@@ -1,6 +1,5 @@
 #include "support/HostTest.h"
 
-#include <filesystem>
 #include <set>
 
 namespace marlune::testing {
@@ -22,13 +21,6 @@ void HostTest::TearDown() {
     EXPECT_TRUE(!required || came.contains(part)) << "no log line with: " << part;
   }
   for (const auto& url : fake.http->unexpected()) ADD_FAILURE() << "no answer scripted for " << url;
-  if (fake.folder) expectNoTemporaryFiles(fake.folder->path());
-}
-
-void expectNoTemporaryFiles(const std::string& folder) {
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
-    EXPECT_FALSE(entry.path().filename().string().starts_with(".marlune-tmp-")) << entry.path();
-  }
 }
 
 }  // namespace marlune::testing

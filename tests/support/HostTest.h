@@ -11,12 +11,10 @@
 namespace marlune::testing {
 
 /// Base of tests that need a host. A test fails when, at its end, there is a log line that it did not
-/// announce or one that it announced and that did not come, a completion that was not called exactly once,
-/// a request that no script answers, or a temporary file left over.
+/// announce or one that it announced and that did not come, a completion that was not called exactly once, or
+/// a request that no script answers.
 class HostTest : public ::testing::Test {
  protected:
-  explicit HostTest(const FakeHostOptions& options = {}) : fake(options) {}
-
   void TearDown() override;
 
   /// Announces log lines that hold `part`; at least one must come.
@@ -30,8 +28,5 @@ class HostTest : public ::testing::Test {
  private:
   std::vector<std::pair<std::string, bool>> announcedLog_;
 };
-
-/// Fails the test for each temporary file in `folder` or below.
-void expectNoTemporaryFiles(const std::string& folder);
 
 }  // namespace marlune::testing

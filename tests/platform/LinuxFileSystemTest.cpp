@@ -12,6 +12,7 @@
 #include <fstream>
 #include <functional>
 #include <random>
+#include <thread>
 
 #include "support/FakeClock.h"
 #include "support/MemoryFileSystem.h"
@@ -258,6 +259,20 @@ TEST(LinuxFileSystemTest, severalProcessesWriteAndReadOneFolder) {
   }
   for (const pid_t child : children) EXPECT_EQ(statusOf(child), 0);
   EXPECT_EQ(temporariesIn(folder.path()), 0U);
+}
+
+TEST(LinuxFileSystemTest, whoTakesATurnKeepsOthersOutForASecondAtMost) {
+  const TemporaryFolder temporary;
+  LinuxFileSystem files(std::make_shared<FakeClock>());
+  const std::string folder = temporary / "made for it";
+  auto mine = files.takeTurn(folder);
+  ASSERT_TRUE(mine);
+  EXPECT_TRUE(files.takeTurn(temporary.path())) << "another folder has its own turns";
+  EXPECT_FALSE(LinuxFileSystem(std::make_shared<FakeClock>()).takeTurn(folder)) << "goes on without";
+  std::thread end([&] { mine = nullptr; });
+  EXPECT_TRUE(files.takeTurn(folder)) << "as soon as the other ends";
+  end.join();
+  EXPECT_FALSE(files.takeTurn(""));
 }
 
 TEST(LinuxFileSystemTest, aDiskThatFillsUpKeepsTheOldContent) {

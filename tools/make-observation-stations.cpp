@@ -20,11 +20,6 @@ using namespace marlune::services;
 
 namespace {
 
-struct Work {
-  StationList list;
-  std::string source;
-};
-
 std::optional<StationList> listOf(std::string_view option) {
   if (option == "--water-temperature") return StationList::waterTemperature;
   if (option == "--air-temperature") return StationList::airTemperature;
@@ -38,16 +33,16 @@ bool fail(const std::string& file, const std::string& why) {
   return false;
 }
 
-bool make(const Work& work, const std::string& folder) {
-  const auto content = contentOf(work.source);
-  if (!content) return fail(work.source, "cannot be read");
-  const StationsRead read = readStations(work.list, *content);
+bool make(StationList list, const std::string& source, const std::string& folder) {
+  const auto content = contentOf(source);
+  if (!content) return fail(source, "cannot be read");
+  const StationsRead read = readStations(list, *content);
   for (const std::string& problem : read.problems)
     std::fprintf(stderr, "make-observation-stations: left out: %s\n", problem.c_str());
   if (!read.error.empty())
-    return fail(work.source, read.error + "; nothing is written. Is it the right list, and whole?");
-  const std::string file = folder + "/" + std::string(stationsFileName(work.list));
-  if (!write(file, stationsDocument(work.list, read.stations))) return fail(file, "cannot be written");
+    return fail(source, read.error + "; nothing is written. Is it the right list, and whole?");
+  const std::string file = folder + "/" + std::string(stationsFileName(list));
+  if (!write(file, stationsDocument(list, read.stations))) return fail(file, "cannot be written");
   std::printf("%s: %zu stations, %zu left out\n", file.c_str(), read.stations.size(), read.problems.size());
   return true;
 }
@@ -55,21 +50,8 @@ bool make(const Work& work, const std::string& folder) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::vector<Work> works;
-  bool understood = argc > 3 && argc % 2 == 0;
-  for (int i = 2; understood && i + 1 < argc; i += 2) {
-    const auto list = listOf(argv[i]);
-    understood = list.has_value();
-    if (understood) works.push_back({*list, argv[i + 1]});
-  }
-  if (!understood) {
-    std::fputs(
-        "usage: make-observation-stations RESOURCES-FOLDER [--water-temperature FILE]\n"
-        "         [--air-temperature FILE] [--wind FILE] [--streams FILE]\n",
-        stderr);
-    return 2;
-  }
-  bool done = true;
-  for (const Work& work : works) done = make(work, argv[1]) && done;
-  return done ? 0 : 1;
+  return makeResources(argc, argv,
+                       "usage: make-observation-stations RESOURCES-FOLDER [--water-temperature FILE]\n"
+                       "         [--air-temperature FILE] [--wind FILE] [--streams FILE]\n",
+                       listOf, make);
 }

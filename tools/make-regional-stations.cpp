@@ -6,8 +6,9 @@
 // A list that is not named is not touched. What makes no usable port is reported and left out.
 
 #include <cstdio>
-#include <cstring>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "services/PortLists.h"
@@ -17,10 +18,11 @@ using namespace marlune::services;
 
 namespace {
 
-struct Work {
-  PortList list;
-  std::string source;
-};
+std::optional<PortList> listOf(std::string_view option) {
+  if (option == "--bureau") return PortList::bureau;
+  if (option == "--admiralty") return PortList::admiralty;
+  return std::nullopt;
+}
 
 bool hasPort(const std::vector<Port>& ports, std::string_view id) {
   for (const Port& port : ports)
@@ -33,18 +35,18 @@ bool fail(const std::string& file, const std::string& why) {
   return false;
 }
 
-bool make(const Work& work, const std::string& folder) {
-  const auto content = contentOf(work.source);
-  if (!content) return fail(work.source, "cannot be read");
-  const PortsRead read = readPorts(work.list, *content);
+bool make(PortList list, const std::string& source, const std::string& folder) {
+  const auto content = contentOf(source);
+  if (!content) return fail(source, "cannot be read");
+  const PortsRead read = readPorts(list, *content);
   for (const std::string& problem : read.problems)
     std::fprintf(stderr, "make-regional-stations: left out: %s\n", problem.c_str());
-  if (!read.error.empty()) return fail(work.source, read.error);
-  if (!hasPort(read.ports, defaultPort(work.list)))
-    return fail(work.source, "lacks the default port " + std::string(defaultPort(work.list)) +
-                                 "; nothing is written. Is it the right list, and whole?");
-  const std::string file = folder + "/" + std::string(portsFileName(work.list));
-  if (!write(file, portsDocument(work.list, read.ports))) return fail(file, "cannot be written");
+  if (!read.error.empty()) return fail(source, read.error);
+  if (!hasPort(read.ports, defaultPort(list)))
+    return fail(source, "lacks the default port " + std::string(defaultPort(list)) +
+                            "; nothing is written. Is it the right list, and whole?");
+  const std::string file = folder + "/" + std::string(portsFileName(list));
+  if (!write(file, portsDocument(list, read.ports))) return fail(file, "cannot be written");
   std::printf("%s: %zu ports, %zu left out\n", file.c_str(), read.ports.size(), read.problems.size());
   return true;
 }
@@ -52,21 +54,7 @@ bool make(const Work& work, const std::string& folder) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::vector<Work> works;
-  bool understood = argc > 3 && argc % 2 == 0;
-  for (int i = 2; understood && i + 1 < argc; i += 2) {
-    if (std::strcmp(argv[i], "--bureau") == 0)
-      works.push_back({PortList::bureau, argv[i + 1]});
-    else if (std::strcmp(argv[i], "--admiralty") == 0)
-      works.push_back({PortList::admiralty, argv[i + 1]});
-    else
-      understood = false;
-  }
-  if (!understood) {
-    std::fputs("usage: make-regional-stations RESOURCES-FOLDER [--bureau FILE] [--admiralty FILE]\n", stderr);
-    return 2;
-  }
-  bool done = true;
-  for (const Work& work : works) done = make(work, argv[1]) && done;
-  return done ? 0 : 1;
+  return makeResources(argc, argv,
+                       "usage: make-regional-stations RESOURCES-FOLDER [--bureau FILE] [--admiralty FILE]\n",
+                       listOf, make);
 }

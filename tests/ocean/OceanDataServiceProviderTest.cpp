@@ -83,23 +83,17 @@ class OceanServiceTest : public OceanHostTest {
                                    std::make_shared<OpenMeteoWindProvider>(host));
   }
 
-  /// What the requests since the last call asked for.
+  /// What the requests since the last call asked for: a product of NOAA's, else the last part of the path.
   Names askedSince() {
     Names names;
     const auto all = fake.http->requests();
     for (; seen_ < all.size(); ++seen_) {
       const std::string& url = all[seen_].url;
       const auto product = url.find("product=");
-      if (product != std::string::npos) {
-        names.push_back(url.substr(product + 8, url.find('&', product) - product - 8));
-      } else {
-        names.push_back(url.find("/v1/") != std::string::npos
-                            ? url.substr(url.find("/v1/") + 4, url.find('?') - url.find("/v1/") - 4)
-                        : url.find("/gridpoints/") != std::string::npos ? "grid"
-                        : url.find("/points/") != std::string::npos     ? "points"
-                        : url.find("/Streams/") != std::string::npos    ? "streams"
-                                                                        : url);
-      }
+      const std::string path = url.substr(0, url.find('?'));
+      names.push_back(product == std::string::npos
+                          ? path.substr(path.rfind('/') + 1)
+                          : url.substr(product + 8, url.find('&', product) - product - 8));
     }
     return names;
   }
@@ -140,7 +134,7 @@ TEST_F(OceanServiceTest, TheRegionDecidesWhoIsAsked) {
     if (usa) {
       EXPECT_EQ(fake.http->requests().back().headers.at(1).second, "Korvantis (tides@example.org)");
     }
-    EXPECT_EQ(askedSince(), usa ? (Names{"points", "grid"}) : Names{});
+    EXPECT_EQ(askedSince(), usa ? (Names{"0.0000,0.0000", "1,2"}) : Names{});
     EXPECT_EQ(settled(ocean->hasCurrentsCoverage(0, 0, "a")), usa || region == "worldwide");
     EXPECT_FALSE(settled(ocean->hasCurrentsCoverage(0, 1, "b"))) << "111 km away";
     EXPECT_FALSE(settled(ocean->hasCurrentsCoverage(91, 0, "a")));
@@ -162,7 +156,7 @@ TEST_F(OceanServiceTest, CurrentsComeFromSixHoursBeforeTheDate) {
   EXPECT_EQ(first(record), "1.944");
   ASSERT_TRUE(record);
   EXPECT_EQ(record->events.size(), 2U);
-  EXPECT_EQ(askedSince(), Names{"streams"});
+  EXPECT_EQ(askedSince(), Names{"TidalStreamRates"});
   EXPECT_EQ(fake.http->requests().back().headers.at(0).second, "key");
 }
 

@@ -7,6 +7,7 @@
 
 #include "marlune/platform/Iso8601.h"
 #include "marlune/platform/Text.h"
+#include "marlune/platform/XmlReader.h"
 
 namespace marlune {
 
@@ -18,11 +19,48 @@ constexpr std::size_t mostForeseen = 2048;
 
 }  // namespace
 
+/// Builds the parser's events from the markup of a document.
+class BOMTideParser::Elements : public XmlHandler {
+ public:
+  explicit Elements(BOMTideParser& parser) : parser_(parser) {}
+
+  void startElement(std::string_view name, const XmlAttributes& attributes) override {
+    if (name != "element" || attributes.find("type") != "tide_forecast") return;
+    const auto instance = attributes.find("instance");
+    const auto time = attributes.find("time-utc");
+    if (!instance || !time) return;
+    parser_.resetState();
+    auto& event = parser_.currentEvent.emplace(iso8601Seconds(*time).value_or(0), 0.0, *instance == "high");
+    event.tideLevelInMeters = true;
+    parser_.parsingElement = true;
+  }
+
+  /// Of several runs of text the last one counts, whatever it holds.
+  void text(std::string_view text) override {
+    if (!parser_.parsingElement || !parser_.currentEvent) return;
+    parser_.currentEvent->tidelevel = lenientDouble(text);
+    parser_.didParseTideLevel = true;
+  }
+
+  void endElement(std::string_view name) override {
+    const auto& event = parser_.currentEvent;
+    if (name != "element" || !parser_.didParseTideLevel || !event || event->timestamp == 0) return;
+    parser_.events.push_back(*event);
+    parser_.resetState();
+  }
+
+  bool wantsContent() const override { return true; }
+
+ private:
+  BOMTideParser& parser_;
+};
+
 const std::vector<TideEvent>& BOMTideParser::getTideEventsFromData(std::string_view data) {
   resetState();
   events.clear();
   events.reserve(std::min(data.size() / bytesPerEvent, mostForeseen));
-  if (auto fault = XmlReader::read(data, *this)) {
+  Elements elements(*this);
+  if (auto fault = XmlReader::read(data, elements)) {
     parsingElement = false;
     didParseTideLevel = false;
     if (log_) log_->line(fmt::format("BOMTideParser error: {}", *fault));
@@ -40,30 +78,6 @@ void BOMTideParser::resetState() {
   didParseTideLevel = false;
   currentEvent.reset();
   error.reset();
-}
-
-void BOMTideParser::startElement(std::string_view name, const XmlAttributes& attributes) {
-  if (name != "element" || attributes.find("type") != "tide_forecast") return;
-  const auto instance = attributes.find("instance");
-  const auto time = attributes.find("time-utc");
-  if (!instance || !time) return;
-  resetState();
-  currentEvent.emplace(iso8601Seconds(*time).value_or(0), 0.0, *instance == "high");
-  currentEvent->tideLevelInMeters = true;
-  parsingElement = true;
-}
-
-// Of several runs of text the last one counts, whatever it holds.
-void BOMTideParser::text(std::string_view text) {
-  if (!parsingElement || !currentEvent) return;
-  currentEvent->tidelevel = lenientDouble(text);
-  didParseTideLevel = true;
-}
-
-void BOMTideParser::endElement(std::string_view name) {
-  if (name != "element" || !didParseTideLevel || !currentEvent || currentEvent->timestamp == 0) return;
-  events.push_back(*currentEvent);
-  resetState();
 }
 
 }  // namespace marlune

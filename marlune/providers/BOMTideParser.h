@@ -4,12 +4,12 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "marlune/platform/Data.h"
 #include "marlune/platform/Export.h"
 #include "marlune/platform/Log.h"
-#include "marlune/platform/XmlReader.h"
 #include "marlune/tides/TideEvent.h"
 
 namespace marlune {
@@ -20,7 +20,7 @@ namespace marlune {
 ///
 ///     BOMTideParser parser(log);
 ///     draw(parser.getTideEventsFromData(xml));
-class MARLUNE_API BOMTideParser : private XmlHandler {
+class MARLUNE_API BOMTideParser {
  public:
   /// `log` receives a line for a document that is not well-formed; it may be none.
   explicit BOMTideParser(std::shared_ptr<Log> log = nullptr) : log_(std::move(log)) {}
@@ -40,10 +40,7 @@ class MARLUNE_API BOMTideParser : private XmlHandler {
   std::optional<std::string> error;       ///< what was wrong with the document, for people
 
  private:
-  void startElement(std::string_view name, const XmlAttributes& attributes) override;
-  void text(std::string_view text) override;
-  void endElement(std::string_view name) override;
-  bool wantsContent() const override { return true; }
+  class Elements;
 
   const std::shared_ptr<Log> log_;
 };

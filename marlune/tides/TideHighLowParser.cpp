@@ -4,6 +4,7 @@
 #include <chrono>
 
 #include "marlune/platform/Text.h"
+#include "marlune/platform/XmlReader.h"
 
 namespace marlune {
 
@@ -64,6 +65,32 @@ std::optional<std::int64_t> utcMinute(std::string_view text) {
 
 }  // namespace
 
+/// Hands what the elements of a document say to the parser.
+class TideHighLowParser::Elements : public XmlHandler {
+ public:
+  explicit Elements(TideHighLowParser& parser) : parser_(parser) {}
+
+  void startElement(std::string_view name, const XmlAttributes& attributes) override {
+    if (name == "e") {
+      const auto time = attributes.find("t");
+      const auto level = attributes.find("l");
+      const auto kind = attributes.find("w");
+      if (time && level && kind) parser_.collect(lenientInteger(*time), *level, *kind);
+    } else if (name == "s") {
+      const auto id = attributes.find("id");
+      parser_.stationId = id ? std::optional<std::string>(*id) : std::nullopt;
+    } else if (name == "pr") {
+      const auto time = attributes.find("t");
+      const auto level = attributes.find("v");
+      const auto kind = attributes.find("type");
+      if (time && level && kind) parser_.collect(utcMinute(*time).value_or(0), *level, *kind);
+    }
+  }
+
+ private:
+  TideHighLowParser& parser_;
+};
+
 std::optional<std::vector<TideEvent>> TideHighLowParser::getElements(std::string_view data) {
   return getElementsInRange(data, unbounded, unbounded);
 }
@@ -76,26 +103,10 @@ std::optional<std::vector<TideEvent>> TideHighLowParser::getElementsInRange(std:
   tideEvents.clear();
   tideEvents.reserve(std::min(data.size() / bytesPerEvent, mostForeseen));
   stationId.reset();
-  error = XmlReader::read(data, *this);
+  Elements elements(*this);
+  error = XmlReader::read(data, elements);
   if (error) return std::nullopt;
   return tideEvents;
-}
-
-void TideHighLowParser::startElement(std::string_view name, const XmlAttributes& attributes) {
-  if (name == "e") {
-    const auto time = attributes.find("t");
-    const auto level = attributes.find("l");
-    const auto kind = attributes.find("w");
-    if (time && level && kind) collect(lenientInteger(*time), *level, *kind);
-  } else if (name == "s") {
-    const auto id = attributes.find("id");
-    stationId = id ? std::optional<std::string>(*id) : std::nullopt;
-  } else if (name == "pr") {
-    const auto time = attributes.find("t");
-    const auto level = attributes.find("v");
-    const auto kind = attributes.find("type");
-    if (time && level && kind) collect(utcMinute(*time).value_or(0), *level, *kind);
-  }
 }
 
 void TideHighLowParser::collect(std::int64_t time, std::string_view level, std::string_view kind) {

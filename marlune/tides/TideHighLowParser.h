@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "marlune/platform/Export.h"
-#include "marlune/platform/XmlReader.h"
 #include "marlune/tides/TideEvent.h"
 
 namespace marlune {
@@ -17,7 +16,7 @@ namespace marlune {
 ///
 ///     TideHighLowParser parser;
 ///     if (auto events = parser.getElements(bytes)) draw(*events);
-class MARLUNE_API TideHighLowParser : private XmlHandler {
+class MARLUNE_API TideHighLowParser {
  public:
   /// Marks a missing bound.
   static constexpr std::int64_t unbounded = -1;
@@ -36,7 +35,7 @@ class MARLUNE_API TideHighLowParser : private XmlHandler {
   std::optional<std::string> error;      ///< what was wrong with the document, for people
 
  private:
-  void startElement(std::string_view name, const XmlAttributes& attributes) override;
+  class Elements;
   void collect(std::int64_t time, std::string_view level, std::string_view kind);
 
   std::int64_t startTimestamp = unbounded;

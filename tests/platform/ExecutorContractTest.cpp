@@ -152,13 +152,13 @@ TEST(QueueTest, runsAsManyAtATimeAsItMay) {
 TEST(QueueTest, aSerialOneNeverRunsTwoJobsAtOnce) {
   const auto activity = std::make_shared<Activity>();
   std::atomic<bool> two = false;
-  for (int round = 0; round < 50 && !two; ++round) {
+  for (int round = 0; round < 20 && !two; ++round) {
     const auto queue = QueueFactory(activity).makeQueue("serial", 1);
     std::atomic<int> running = 0;
     for (int i = 0; i < 50; ++i) {
       queue->post([&] {
         if (++running > 1) two = true;
-        for (int turn = 0; turn < 50; ++turn) std::this_thread::yield();
+        for (int turn = 0; turn < 30; ++turn) std::this_thread::yield();
         if (--running > 0) two = true;
       });
     }

@@ -13,9 +13,10 @@ namespace marlune {
 /// (`http_proxy`, `https_proxy`, `no_proxy`); no cookies are kept. Calls are safe from any thread.
 ///
 /// At most 6 requests are under way to one host (scheme, host and port of the address) and 24 in all; the
-/// others wait in line, first come, first served at each host, so that a host that does not answer holds up
-/// no request to another. Time limits count from when a request leaves the line and include connecting and
-/// redirects; a request may be cancelled while it waits.
+/// others wait in line, first come, first served at each host, and the host with the fewest under way is
+/// next. So a host that does not answer holds up no request to another; only four of them could. Time limits
+/// count from when a request leaves the line and include connecting and redirects; a request may be cancelled
+/// while it waits.
 ///
 /// A redirect to another host, port or scheme takes along none of the request's own headers but Accept... and
 /// User-Agent.

@@ -172,6 +172,7 @@ TEST(PelagoraThreadsTest, ServiceAndHostGoWithEverythingUnderWay) {
           });
     };
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int thread = 0; thread < 4; ++thread) {
       threads.emplace_back([&, thread] {
         for (std::int64_t i = 0; i < 10; ++i) {

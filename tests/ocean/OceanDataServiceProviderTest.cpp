@@ -239,6 +239,7 @@ TEST_F(OceanServiceTest, ThreadsAskFromMemory) {
   const auto ocean = make("usa");
   settled(ocean->getDailySwellData(0, 0, date, utc, "a"));
   std::vector<std::thread> threads;
+  threads.reserve(askers.size());
   for (auto& asker : askers) {
     threads.emplace_back([&] {
       for (int asked = 0; asked < 2000; ++asked) {

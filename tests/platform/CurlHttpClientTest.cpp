@@ -315,11 +315,12 @@ TEST(CurlHttpClientTest, survivesResetsAndKeepsConnections) {
 TEST(TransferLinesTest, countsByHostAndInAllAndServesWhoHasLeast) {
   TransferLines lines;
   const auto add = [&](const std::string& url) {
-    const auto transfer = std::make_shared<CurlTransfer>(HttpRequest{.url = url}, nullptr, nullptr, [] {});
+    auto transfer = std::make_shared<CurlTransfer>(HttpRequest{.url = url}, nullptr, nullptr, [] {});
     lines.add(transfer);
     return transfer;
   };
   std::vector<TransferLines::Transfer> ofOne;
+  ofOne.reserve(8);
   for (int i = 0; i < 8; ++i) ofOne.push_back(add("HTTP://one.test:80/" + std::to_string(i)));
   for (std::size_t i = 0; i < 6; ++i) EXPECT_EQ(lines.next(), ofOne[i]) << "in the order of coming";
   EXPECT_FALSE(lines.isReady());
@@ -327,9 +328,8 @@ TEST(TransferLinesTest, countsByHostAndInAllAndServesWhoHasLeast) {
   lines.add(std::make_shared<CurlTransfer>(HttpRequest{.url = "http://one.test/9"}, nullptr, nullptr, [] {}));
   EXPECT_EQ(lines.next(), nullptr) << "the same host under another spelling";
 
-  std::vector<TransferLines::Transfer> others;
   for (int host = 0; host < 4; ++host) {
-    for (int i = 0; i < 6; ++i) others.push_back(add("https://host" + std::to_string(host) + ".test/"));
+    for (int i = 0; i < 6; ++i) add("https://host" + std::to_string(host) + ".test/");
   }
   const auto late = add("http://one.test:81/");
   std::size_t started = 0;
@@ -396,14 +396,14 @@ TEST(CurlHttpClientTest, aSilentHostDelaysNoOther) {
   HoldingServer other;
   CurlHttpClient client;
   Completions completions;
-  std::vector<std::shared_ptr<HttpTransfer>> transfers;
+  std::vector<std::shared_ptr<HttpTransfer>> transfers(40);
   const auto failing = [&] {
     return [once = completions.once("silent")](const HttpAnswer& answer) {
       EXPECT_EQ(answer.error, "cancelled");
       once();
     };
   };
-  for (int i = 0; i < 40; ++i) transfers.push_back(client.send({.url = silent.url("/silent")}, failing()));
+  for (auto& transfer : transfers) transfer = client.send({.url = silent.url("/silent")}, failing());
   silent.waitUntilHeld(6);
   EXPECT_EQ(get(client, other.url("/answered")).error, "");
 

@@ -91,8 +91,17 @@ class House {
 
 struct Entrance {
   std::mutex mutex;
+  // Guarded by the mutex.
   std::optional<Host> installed;
+  bool settled = false;  // somebody has seen the host, or stands on it
   House* house = nullptr;
+
+  /// Requires the mutex. The host from now on.
+  const Host& settle() {
+    settled = true;
+    if (!installed) installed = linuxHost();
+    return *installed;
+  }
 };
 
 // Neither this nor the house is ever destroyed: the doors stay open for the whole process.
@@ -104,9 +113,7 @@ Entrance& entrance() {
 House& house() {
   Entrance& door = entrance();
   const std::lock_guard lock(door.mutex);
-  if (door.house == nullptr) {
-    door.house = new House(door.installed ? std::move(*door.installed) : linuxHost());
-  }
+  if (door.house == nullptr) door.house = new House(door.settle());
   return *door.house;
 }
 
@@ -121,9 +128,19 @@ bool isComplete(const Host& host) {
 bool installHost(Host host) {
   Entrance& door = entrance();
   const std::lock_guard lock(door.mutex);
-  if (door.house != nullptr || !isComplete(host)) return false;
+  if (door.settled || !isComplete(host)) return false;
   door.installed = std::move(host);
   return true;
+}
+
+Host installedHost() {
+  Entrance& door = entrance();
+  const std::lock_guard lock(door.mutex);
+  return door.settle();
+}
+
+FileAccess& FileAccess::shared() {
+  return *house().files;
 }
 
 TideDataProvider& TideDataProvider::Instance() {

@@ -26,10 +26,14 @@ using PointsAnswer = std::optional<Stations>;
 constexpr std::string_view defaultBaseURL = "https://global-tides.marlune.example";
 constexpr std::size_t largestPointsAnswer = std::size_t{64} << 20;  // what can be read back from a file
 constexpr std::size_t largestYearAnswer = std::size_t{16} << 20;
-constexpr std::chrono::seconds silenceLimit{30};
-constexpr std::chrono::seconds totalLimit{60};
+// Nobody waits for as long as this. A slow line gets its answer all the same, which is stored for the next
+// question.
+constexpr std::chrono::seconds silenceLimit{60};
+constexpr std::chrono::minutes totalLimit{10};
 // Work on the queue is reading, decoding and writing; waiting for the network takes no thread.
 constexpr std::size_t concurrency = 2;
+// Completions run apart from that, so that a slow one delays no work, and hardly another completion.
+constexpr std::size_t answersAtATime = 4;
 
 std::string withoutSlashes(std::string address) {
   while (address.ends_with('/')) address.pop_back();
@@ -51,12 +55,13 @@ std::string_view agenciesOf(const std::optional<std::string>& region) {
   return region == "aus" ? "noaa,aus" : "none";
 }
 
-/// Does an address name a host to be asked by http or https?
-bool isHttpAddress(std::string_view address) {
-  for (const std::string_view scheme : {"http://", "https://"}) {
-    if (address.starts_with(scheme)) return address.find_first_of("/:?#", scheme.size()) != scheme.size();
-  }
-  return false;
+/// The same places in records of their own.
+PointsAnswer copied(const PointsAnswer& points) {
+  if (!points) return std::nullopt;
+  Stations copies;
+  copies.reserve(points->size());
+  for (const auto& station : *points) copies.push_back(std::make_shared<TideStation>(*station));
+  return copies;
 }
 
 }  // namespace
@@ -68,9 +73,10 @@ struct PelagoraService::State {
         files(std::move(access)),
         baseURL(baseAddress(host)),
         queue(std::make_shared<OwnedQueue>(host.executors->makeQueue("pelagora", concurrency))),
+        answers(std::make_shared<OwnedQueue>(host.executors->makeQueue("pelagora-answer", answersAtATime))),
         fetcher(std::make_shared<HttpFetcher>(host.http, queue)),
-        pointsRequests(queue),
-        yearRequests(queue) {}
+        pointsRequests(answers, copied),
+        yearRequests(answers) {}
 
   std::string_view agencies() {
     std::call_once(agenciesAsked_, [this] { agencies_ = agenciesOf(application->region()); });
@@ -98,7 +104,8 @@ struct PelagoraService::State {
   const std::shared_ptr<ApplicationBundle> application;
   const std::shared_ptr<FileAccess> files;
   const std::string baseURL;
-  const std::shared_ptr<OwnedQueue> queue;
+  const std::shared_ptr<OwnedQueue> queue;    // the service's work
+  const std::shared_ptr<OwnedQueue> answers;  // completions, and the tasks of callers
   const std::shared_ptr<HttpFetcher> fetcher;
   SharedRequests<std::string, PointsAnswer> pointsRequests;
   SharedRequests<std::string, Events> yearRequests;  // by file name
@@ -189,6 +196,7 @@ PelagoraService::PelagoraService(std::shared_ptr<State> state)
 PelagoraService::~PelagoraService() {
   state_->fetcher->stop();
   state_->queue->close();
+  state_->answers->close();
 }
 
 PelagoraService::Stations PelagoraService::cachedTidePoints() const {

@@ -21,10 +21,18 @@ namespace marlune {
 /// application sees them; a year that is kept is final, the points are replaced by each new answer.
 ///
 /// Every operation may be called from any thread; nothing fails aloud. Completions are called exactly once,
-/// and tasks go on, on a background thread of the service's. Equal questions that are under way share one
-/// request and one answer, records included. A service made with the constructor may be destroyed at any
-/// moment: transfers are cancelled, and every completion has been called when the destructor returns, the
-/// last of them on the destroying thread, with nothing. One that destroys the service itself ends after that.
+/// and tasks go on, on background threads of the service's that do nothing else, four at a time: one that
+/// blocks delays no other answer, four that block delay the fifth. They never run inside the call that asks,
+/// save what is asked while or after the service ends: that is answered there, with nothing. Equal questions
+/// that are under way share one request; each gets records of its own.
+///
+/// A request ends after 60 seconds without a byte, and after ten minutes in all; the answer is stored even
+/// where nobody waits for it any more.
+///
+/// A service made with the constructor may be destroyed while questions are open, also by a completion, but
+/// not while another thread calls it: transfers are cancelled, and every completion has been called when the
+/// destructor returns, the last of them on the destroying thread, with nothing. One that destroys the service
+/// itself ends after that; others that are running then are waited for.
 ///
 ///     auto stations = co_await PelagoraService::shared().fetchTidePoints();  // in a Task
 ///     PelagoraService::shared().fetchGlobalTidesWithLat(51.5, -0.1275, 2026, [](auto events) { ... });

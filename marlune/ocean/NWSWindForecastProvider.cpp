@@ -113,7 +113,7 @@ Task<std::string> NWSWindForecastProvider::State::gridURL(std::shared_ptr<State>
       askTogether<std::string>(state->pointsRequests, path, [state, path] { return askPoints(state, path); });
   std::string address = co_await std::move(asking);
   // What can never be asked is not kept: the forecast's request says what is wrong with it.
-  if (!ocean::isHttpAddress(address)) co_return address;
+  if (!isHttpAddress(address)) co_return address;
   if (const auto* known = state->gridURLByLocationId.find(mapKey); known && *known == address)
     co_return address;
   state->gridURLByLocationId.store(mapKey, address);
@@ -132,7 +132,7 @@ std::optional<std::string> NWSWindForecastProvider::State::storedGridURL(const s
   if (!samples || samples->empty() || !samples->front()->attributes) return std::nullopt;
   const auto& attributes = *samples->front()->attributes;
   const auto url = attributes.find(urlAttribute);
-  if (url == attributes.end() || !ocean::isHttpAddress(url->second)) return std::nullopt;
+  if (url == attributes.end() || !isHttpAddress(url->second)) return std::nullopt;
   return url->second;
 }
 

@@ -41,9 +41,15 @@ namespace marlune {
 /// them.
 ///
 /// Every operation is a task, and has a form with a completion, which is called exactly once, on a background
-/// thread of the service's; there the tasks go on, too. Neither may block it for long. Calls are safe from
-/// any thread. Questions to different sources run side by side; equal ones share a request. A service made
-/// with the constructor may be destroyed at any moment; what is open is then answered with nothing.
+/// thread of the service's; there the tasks go on, too, four at a time, so that one which is slow delays no
+/// other, and four delay the fifth. None comes inside the call that asks, save what is asked while or after
+/// the service ends: that is answered there, with nothing. Calls are safe from any thread. Questions to
+/// different sources run side by side; equal ones share a request.
+///
+/// A service made with the constructor may be destroyed while questions are open, also by a completion, but
+/// not while another thread calls it. Each is then answered with nothing before the destructor returns, save
+/// a completion that destroys the service, which ends after that, and a question to a wind provider that
+/// others hold too, which is answered when that provider is done.
 ///
 ///     auto swell = co_await OceanDataServiceProvider::shared().getDailySwellData(
 ///         36.95, -122.02, now, zone, "398997177");  // in a Task

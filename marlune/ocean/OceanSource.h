@@ -81,10 +81,6 @@ bool isPlace(double lat, double lng);
 std::string baseAddress(const DeploymentSettings& settings, const std::string& ofDeployment,
                         std::string_view builtIn);
 
-/// Can an address be asked by http or https: does it name a host, perhaps with a port, and nothing else
-/// before its path?
-bool isHttpAddress(std::string_view address);
-
 /// Asks an address. No larger body than that of sixteen megabytes is taken.
 Task<HttpAnswer> fetch(std::shared_ptr<HttpFetcher> fetcher, std::string url,
                        std::vector<std::pair<std::string, std::string>> headers = {},

@@ -121,6 +121,7 @@ Task<bool> UKHOCurrentsDataProvider::State::hasStation(std::shared_ptr<State> st
 
 Task<Answer> UKHOCurrentsDataProvider::State::day(std::shared_ptr<State> state, double lat, double lng,
                                                   Date date, TimeZone timezone, std::string locationId) {
+  co_await resumeOn(state->queue);
   const auto local = ocean_times::dayOf(date, timezone);
   if (!local) co_return nullptr;
   const auto from = dateFromSeconds(static_cast<double>(local->start));
@@ -178,7 +179,7 @@ Task<std::optional<Entries>> UKHOCurrentsDataProvider::State::fetch(std::shared_
   request.headers = {{"Ocp-Apim-Subscription-Key", state->host.settings.admiraltySubscriptionKey}};
   request.silenceLimit = request.totalLimit = timeOut;
   HttpAnswer answer;
-  if (ocean::isHttpAddress(request.url)) {
+  if (isHttpAddress(request.url)) {
     answer = co_await state->fetcher->fetchAnswer(std::move(request));
   } else {
     answer.error = fmt::format("\"{}\" is no address to ask by http or https", request.url);

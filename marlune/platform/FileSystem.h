@@ -108,8 +108,9 @@ class MARLUNE_API FileSystem {
   /// Is there a file or folder at `path`?
   virtual bool exists(const std::string& path) = 0;
 
-  /// Moves a file over whatever file has the new name, also across file systems (then by an atomic write).
-  /// `folder` as for `write`.
+  /// Moves a file over whatever has the new name, also across file systems (then by an atomic write). A
+  /// folder there goes with all that is in it, unless the file itself lies in it, and comes back where the
+  /// move fails. `folder` as for `write`.
   virtual bool move(const std::string& from, const std::string& folder, const std::string& to) = 0;
 
   /// The names in `folder`, in no order and without ".", ".." and temporary files of writers; nothing when it

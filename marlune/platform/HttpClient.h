@@ -20,8 +20,10 @@ struct HttpRequest {
   /// Headers beyond the client's own, in order.
   std::vector<std::pair<std::string, std::string>> headers = {};
   std::size_t maximumBodySize = std::size_t{16} << 20;  ///< decoded bytes; a larger answer is an error
-  std::chrono::milliseconds silenceLimit{25'000};       ///< longest wait without a byte
-  std::chrono::milliseconds totalLimit{60'000};         ///< longest time for the whole request
+  /// Longest wait without a byte, and longest time for the whole answer. Both count from when the client
+  /// begins with the request, not while it waits for its turn.
+  std::chrono::milliseconds silenceLimit{25'000};
+  std::chrono::milliseconds totalLimit{60'000};
 };
 
 struct HttpAnswer {
@@ -65,5 +67,9 @@ MARLUNE_API std::string encodedAddress(std::string_view published);
 /// would break it (blanks, control and non-ASCII bytes, `"`, `<`, `>`, `` ` ``, `\`, `^`, `{`, `|`, `}`) is
 /// percent-encoded, and a fragment, which never travels, goes.
 MARLUNE_API std::string encodedGivenAddress(std::string_view given);
+
+/// Can an address be asked by http or https, in capitals or small letters: does it name a host, perhaps with
+/// a port, and nothing else before its path?
+MARLUNE_API bool isHttpAddress(std::string_view address);
 
 }  // namespace marlune

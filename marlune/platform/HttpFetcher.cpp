@@ -1,5 +1,9 @@
 #include "marlune/platform/HttpFetcher.h"
 
+#include <condition_variable>
+#include <cstdint>
+#include <map>
+#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -26,35 +30,49 @@ Task<HttpAnswer> answerOf(std::shared_ptr<HttpFetcher> fetcher, HttpRequest requ
 
 }  // namespace
 
+/// What is under way. It is all that the client keeps of the fetcher: were it the fetcher itself, the client
+/// could come to its end on its own thread.
+struct HttpFetcher::Open {
+  std::mutex mutex;
+  std::condition_variable changed;
+  // Guarded by the mutex.
+  std::shared_ptr<Executor> callbacks;  // null once stopped
+  bool stopped = false;
+  std::uint64_t lastNumber = 0;
+  std::map<std::uint64_t, std::shared_ptr<HttpTransfer>> underWay;  // null until send() has returned
+
+  void ended(std::uint64_t number) {
+    const std::lock_guard lock(mutex);
+    underWay.erase(number);
+    changed.notify_all();
+  }
+};
+
 HttpFetcher::HttpFetcher(std::shared_ptr<HttpClient> client, std::shared_ptr<Executor> callbacks)
-    : client_(std::move(client)), callbacks_(std::move(callbacks)) {}
+    : client_(std::move(client)), open_(std::make_shared<Open>()) {
+  open_->callbacks = std::move(callbacks);
+}
 
 bool HttpFetcher::begin(HttpRequest request, HttpClient::Completion done) {
   std::uint64_t number = 0;
   {
-    const std::lock_guard lock(mutex_);
-    if (stopped_) return false;
-    number = ++lastNumber_;
-    underWay_.emplace(number, nullptr);
+    const std::lock_guard lock(open_->mutex);
+    if (open_->stopped) return false;
+    number = ++open_->lastNumber;
+    open_->underWay.emplace(number, nullptr);
   }
-  auto transfer = client_->send(std::move(request), [self = shared_from_this(), number,
-                                                     finish = std::move(done)](HttpAnswer answer) mutable {
-    finish(std::move(answer));
-    finish = nullptr;  // what it holds belongs to the owner, who may be waiting for the end
-    self->ended(number);
-  });
-  const std::lock_guard lock(mutex_);
-  if (const auto entry = underWay_.find(number); entry != underWay_.end()) {
-    if (stopped_) transfer->cancel();
+  auto transfer = client_->send(
+      std::move(request), [open = open_, number, finish = std::move(done)](HttpAnswer answer) mutable {
+        finish(std::move(answer));
+        finish = nullptr;  // what it holds belongs to the owner, who may be waiting for the end
+        open->ended(number);
+      });
+  const std::lock_guard lock(open_->mutex);
+  if (const auto entry = open_->underWay.find(number); entry != open_->underWay.end()) {
+    if (open_->stopped) transfer->cancel();
     entry->second = std::move(transfer);
   }
   return true;
-}
-
-void HttpFetcher::ended(std::uint64_t number) {
-  const std::lock_guard lock(mutex_);
-  underWay_.erase(number);
-  changed_.notify_all();
 }
 
 Data HttpFetcher::fetchAndWait(const std::string& publishedUrl) {
@@ -90,8 +108,8 @@ void HttpFetcher::fetchAnswer(HttpRequest request, AnswerCompletion completion, 
     if (answer.error.empty() && !answer.body) answer.error = "the request was given up";
     done(std::move(answer));
   });
-  std::unique_lock lock(mutex_);
-  const auto queue = callbacks_;
+  std::unique_lock lock(open_->mutex);
+  const auto queue = open_->callbacks;
   lock.unlock();
   if (queue == nullptr) return;
   request.url = address == Address::given ? encodedGivenAddress(request.url) : encodedAddress(request.url);
@@ -107,18 +125,18 @@ Task<HttpAnswer> HttpFetcher::fetchAnswer(HttpRequest request, Address address) 
 }
 
 void HttpFetcher::stop() {
-  std::unique_lock lock(mutex_);
-  stopped_ = true;
+  std::unique_lock lock(open_->mutex);
+  open_->stopped = true;
   std::vector<std::shared_ptr<HttpTransfer>> transfers;
-  for (const auto& [number, transfer] : underWay_) {
+  for (const auto& [number, transfer] : open_->underWay) {
     if (transfer) transfers.push_back(transfer);
   }
   lock.unlock();
   for (const auto& transfer : transfers) transfer->cancel();
   lock.lock();
-  changed_.wait(lock, [&] { return underWay_.empty(); });
+  open_->changed.wait(lock, [&] { return open_->underWay.empty(); });
   // Jobs that the queue has not begun are dropped with it, which calls their completions.
-  auto queue = std::exchange(callbacks_, nullptr);
+  auto queue = std::exchange(open_->callbacks, nullptr);
   lock.unlock();
 }
 

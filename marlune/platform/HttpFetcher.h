@@ -1,11 +1,6 @@
 #pragma once
 
-#include <condition_variable>
-#include <cstddef>
-#include <cstdint>
-#include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "marlune/platform/Data.h"
@@ -19,10 +14,11 @@ namespace marlune {
 
 /// Fetches whole resources for one owner, and can give all of them up at once. Where only bytes are asked
 /// for, the status is not looked at: who asks judges them. Held by shared_ptr. Calls are safe from any
-/// thread.
+/// thread. What is under way keeps neither this nor the client alive.
 class MARLUNE_API HttpFetcher : public std::enable_shared_from_this<HttpFetcher> {
  public:
-  /// Called exactly once, on `callbacks` or, where that no longer runs it, wherever it is dropped.
+  /// Called exactly once, on `callbacks` or, where that no longer runs it, wherever it is dropped: after
+  /// stop(), inside the call that asks.
   using Completion = UniqueFunction<void(Data)>;
   using AnswerCompletion = UniqueFunction<void(HttpAnswer)>;
 
@@ -44,21 +40,18 @@ class MARLUNE_API HttpFetcher : public std::enable_shared_from_this<HttpFetcher>
   /// The same as a task, which goes on where the completion would be called.
   Task<HttpAnswer> fetchAnswer(HttpRequest request, Address address = Address::published);
 
-  /// Cancels what is under way, refuses what comes and lets go of the callback executor; every completion
-  /// has been called when it returns, save one that called this itself.
+  /// Cancels what is under way, refuses what comes and lets go of the callback executor. When it returns,
+  /// every completion has been called, save one that calls this itself and those that wait in an executor
+  /// that others hold too; and the client's thread holds nothing of them any more.
   void stop();
 
  private:
+  struct Open;
+
   bool begin(HttpRequest request, HttpClient::Completion done);
-  void ended(std::uint64_t number);
 
   const std::shared_ptr<HttpClient> client_;
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::shared_ptr<Executor> callbacks_;  // null once stopped
-  bool stopped_ = false;
-  std::uint64_t lastNumber_ = 0;
-  std::map<std::uint64_t, std::shared_ptr<HttpTransfer>> underWay_;  // null until send() has returned
+  const std::shared_ptr<Open> open_;
 };
 
 }  // namespace marlune

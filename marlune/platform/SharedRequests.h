@@ -14,7 +14,8 @@
 namespace marlune {
 
 /// One request for equal questions: who asks what is being asked already waits for the same answer, of which
-/// each gets a copy. Nothing is remembered; a question after the answer begins a new request. Calls are safe
+/// each gets a copy; where records that callers may change are held by reference, `copy` makes them anew.
+/// Nothing is remembered; a question after the answer begins a new request. Calls are safe
 /// from any thread.
 ///
 ///     requests.ask(name, std::move(completion), [=](auto answered) { fetch(name, std::move(answered)); });
@@ -22,13 +23,16 @@ template <class Question, class Answer>
 class SharedRequests {
  public:
   using Completion = UniqueFunction<void(Answer)>;
+  using Copy = Answer (*)(const Answer&);
 
-  /// Each completion is called in a job of its own on `callbacks`, so that none holds up the others.
-  explicit SharedRequests(std::shared_ptr<Executor> callbacks)
-      : state_(std::make_shared<State>(std::move(callbacks))) {}
+  /// Each completion is called in a job of its own on `callbacks`, so that none holds up the others. Without
+  /// `copy` an answer is copied as C++ does.
+  explicit SharedRequests(std::shared_ptr<Executor> callbacks, Copy copy = nullptr)
+      : state_(std::make_shared<State>(std::move(callbacks), copy)) {}
 
   /// The completion is called exactly once: with a default-made answer where the request, or the job that
-  /// would call it, is dropped. `begin` is called inside this call, or never, with what takes the answer.
+  /// would call it, is dropped; inside this call only where that comes at once, as with an executor that has
+  /// ended. `begin` is called inside this call, or never, with what takes the answer.
   void ask(const Question& question, Completion completion, UniqueFunction<void(Completion)> begin) {
     {
       const std::lock_guard lock(state_->mutex);
@@ -44,7 +48,7 @@ class SharedRequests {
   using Waiting = std::vector<OnceCompletion<Answer>>;
 
   struct State {
-    explicit State(std::shared_ptr<Executor> executor) : callbacks(std::move(executor)) {}
+    State(std::shared_ptr<Executor> executor, Copy copier) : callbacks(std::move(executor)), copy(copier) {}
 
     void answer(const Question& question, Answer answer) {
       Waiting waiting;
@@ -53,7 +57,9 @@ class SharedRequests {
         waiting = std::move(underWay.extract(question).mapped());
       }
       // Each has a copy, save the last, which is the only one as a rule.
-      for (std::size_t i = 0; i + 1 < waiting.size(); ++i) give(std::move(waiting[i]), answer);
+      for (std::size_t i = 0; i + 1 < waiting.size(); ++i) {
+        give(std::move(waiting[i]), copy ? copy(answer) : answer);
+      }
       if (!waiting.empty()) give(std::move(waiting.back()), std::move(answer));
     }
 
@@ -63,6 +69,7 @@ class SharedRequests {
     }
 
     const std::shared_ptr<Executor> callbacks;
+    const Copy copy;
     std::mutex mutex;
     std::map<Question, Waiting, std::less<>> underWay;  // guarded by the mutex
   };

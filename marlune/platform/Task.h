@@ -7,6 +7,7 @@
 #include <exception>
 #include <memory>
 #include <optional>
+#include <thread>
 #include <type_traits>
 #include <utility>
 #include <variant>
@@ -99,7 +100,8 @@ using TaskCompletion = typename TaskCompletionOf<T>::Type;
 
 /// Runs a task on this thread up to its first wait, and on from there wherever that ends. The completion is
 /// called exactly once, where the task ends; with a default-made T where the task is given up, because what
-/// it waits for is dropped.
+/// it waits for is dropped. It is called inside this call only where the task never waits, or waits for what
+/// is dropped at once, as by a queue that has ended.
 template <class T>
 void start(Task<T> task, std::type_identity_t<TaskCompletion<T>> completion);
 
@@ -175,14 +177,33 @@ class [[nodiscard]] Task {
 
 namespace task_detail {
 
-/// Where an answer and the one who waits for it meet, when either may come first, on any thread.
+/// What a question and its answer share. The answer goes on where it is given, also while the call that asks
+/// is not over yet, so that nobody goes on inside that call; only an answer that is given inside it, on its
+/// own thread, waits for its end. Made on the thread that asks.
 template <class Value>
-struct Meeting {
+class Meeting {
+ public:
+  /// Set by who answers, before anything else.
   std::optional<Value> value;
-  std::atomic<bool> oneCame = false;
 
-  /// True for the second who comes, who goes on.
-  bool come() { return oneCame.exchange(true, std::memory_order_acq_rel); }
+  /// For who answers, once: true where it is to go on here, false where who asked goes on.
+  bool goesOnHere() {
+    if (asker_ != std::this_thread::get_id() || !asking_.load(std::memory_order_relaxed)) return true;
+    answeredInside_ = true;
+    return false;
+  }
+
+  /// For who asked, as the call ends: true where it is to go on with the answer, which was given inside.
+  /// Where it is false, another thread may be at work on whatever waited.
+  bool endAsking() {
+    asking_.store(false, std::memory_order_relaxed);
+    return answeredInside_;
+  }
+
+ private:
+  const std::thread::id asker_ = std::this_thread::get_id();
+  std::atomic<bool> asking_ = true;  // only the asker writes it; a later thread of the same id may read it
+  bool answeredInside_ = false;      // the asker's own
 };
 
 }  // namespace task_detail
@@ -206,15 +227,15 @@ class Task<T>::Awaiter {
     const auto meeting = meeting_ = std::make_shared<task_detail::Meeting<Value>>();
     if constexpr (std::is_void_v<T>) {
       start(std::move(task_), [meeting, foreign]() mutable {
-        if (meeting->come()) foreign.resume();
+        if (meeting->goesOnHere()) foreign.resume();
       });
     } else {
       start(std::move(task_), [meeting, foreign](T value) mutable {
         meeting->value.emplace(std::move(value));
-        if (meeting->come()) foreign.resume();
+        if (meeting->goesOnHere()) foreign.resume();
       });
     }
-    return !meeting->come();
+    return !meeting->endAsking();
   }
 
   T await_resume() {
@@ -303,23 +324,23 @@ class [[nodiscard]] CompletionOperation {
     WaitingTask waiting;
   };
 
-  /// Called or dropped, it comes to the meeting once.
+  /// Called or dropped, it answers once.
   class Answering {
    public:
     explicit Answering(std::shared_ptr<Meeting> meeting) : meeting_(std::move(meeting)) {}
     Answering(Answering&&) noexcept = default;
     Answering& operator=(Answering&&) = delete;
-    ~Answering() { come(); }
+    ~Answering() { answer(); }
 
     void operator()(Value value) {
       if (meeting_) meeting_->value.emplace(std::move(value));
-      come();
+      answer();
     }
 
    private:
-    void come() {
+    void answer() {
       const auto meeting = std::exchange(meeting_, nullptr);
-      if (!meeting || !meeting->come()) return;
+      if (!meeting || !meeting->goesOnHere()) return;
       WaitingTask waiting = std::move(meeting->waiting);
       if (meeting->value) waiting.resume();
     }
@@ -335,7 +356,7 @@ class [[nodiscard]] CompletionOperation {
       auto begin = std::move(operation->begin_);  // the frame may be gone before it is over
       const auto meeting = operation->meeting_ = std::make_shared<Meeting>(WaitingTask(frame));
       begin(UniqueFunction<void(Value)>(Answering(meeting)));
-      if (!meeting->come()) return;
+      if (!meeting->endAsking()) return;
       WaitingTask waiting = std::move(meeting->waiting);
       if (meeting->value) waiting.resumeSoon();
     }
@@ -357,8 +378,8 @@ class [[nodiscard]] CompletionOperation {
 };
 
 /// An operation that calls a completion, to be awaited once, in a statement of its own: `begin` is called
-/// with the completion, which may be called at once or later, on any thread, where the task goes on. Where it
-/// is dropped, the chain is given up.
+/// with the completion, which may be called at once or later, on any thread, where the task goes on; on that
+/// of `begin` and before its end, as soon as it has ended. Where it is dropped, the chain is given up.
 ///
 ///     auto answer = completionOf<HttpAnswer>(
 ///         [client, request](UniqueFunction<void(HttpAnswer)> done) { client->send(request, std::move(done));

@@ -17,8 +17,13 @@ namespace marlune {
 ///
 /// A name may hold subfolders, which must exist; one that leads out of its folder counts as no file. Failures
 /// are an empty answer or false, never logged. Keeps no state: safe from any thread.
+///
+///     const Data year = FileAccess::shared().loadFileInContainer(kGroupContainerName, "2026398997177.xml");
 class MARLUNE_API FileAccess {
  public:
+  /// That of the process, over the installed host (see marlune.h).
+  static FileAccess& shared();
+
   FileAccess(std::shared_ptr<Folders> folders, std::shared_ptr<FileSystem> files);
 
   // --- The shared container of a group ---
@@ -36,8 +41,8 @@ class MARLUNE_API FileAccess {
   std::optional<std::string> urlForFileInContainer(std::string_view groupId, std::string_view filename) const;
   /// Absolute path of the name; nothing without a container or for a name that leads out of it.
   std::optional<std::string> pathInContainer(std::string_view groupId, std::string_view filename) const;
-  /// Moves the documents file of that name into the container, over an older one. False, with the container
-  /// as it was, when there is no such documents file.
+  /// Moves the documents file of that name into the container, over an older one, or over a folder with all
+  /// that is in it. False, with the container as it was, when there is no such documents file.
   bool moveFileToSharedContainer(std::string_view groupId, std::string_view filename) const;
 
   // --- The documents folder ---
@@ -48,7 +53,8 @@ class MARLUNE_API FileAccess {
   bool removeFile(std::string_view filename) const;
   bool fileExists(std::string_view filename) const;
   std::optional<std::string> urlForFile(std::string_view filename) const;
-  /// Moves the file at a "file://" address into the documents folder under its own last name.
+  /// Moves the file at a "file://" address into the documents folder under its own last name, over what has
+  /// that name there, as moveFileToSharedContainer() does.
   bool moveFileUrlToDocumentsFolder(std::string_view sourceUrl) const;
 
   // --- Both, for the library's own caches ---

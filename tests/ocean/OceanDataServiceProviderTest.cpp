@@ -2,7 +2,15 @@
 
 #include <fmt/format.h>
 
+#include <array>
+#include <atomic>
+#include <cmath>
+#include <mutex>
+#include <thread>
+#include <vector>
+
 #include "ocean/OceanHostTest.h"
+#include "support/HastyQueues.h"
 
 namespace marlune::testing {
 namespace {
@@ -78,9 +86,15 @@ class OceanServiceTest : public OceanHostTest {
 
   std::unique_ptr<Ocean> make(std::optional<std::string> region) {
     fake.application = std::make_shared<RegionalBundle>(std::move(region));
-    const Host host = fake.host();
+    const Host host = hostOfTest();
     return std::make_unique<Ocean>(host, std::make_shared<SeriesDiskCache>(host),
                                    std::make_shared<OpenMeteoWindProvider>(host));
+  }
+
+  Host hostOfTest() {
+    Host host = fake.host();
+    if (hasty) host.executors = hasty;
+    return host;
   }
 
   /// What the requests since the last call asked for: a product of NOAA's, else the last part of the path.
@@ -105,6 +119,7 @@ class OceanServiceTest : public OceanHostTest {
   }
 
   const TimeZone utc;
+  std::shared_ptr<HastyQueues> hasty;  // in place of the host's, if any
   std::size_t seen_ = 0;
 };
 
@@ -173,6 +188,77 @@ TEST_F(OceanServiceTest, WaterFallsBackToTheForecast) {
     EXPECT_EQ(first(settled(ocean->getDailyTemperatureData(0, 0, date, utc, "a"))), "10.5");
     EXPECT_EQ(askedSince(), (Names{"water_temperature", "marine"}));
   }
+}
+
+// Answers from memory, on threads that are faster than the one that asks.
+TEST_F(OceanServiceTest, NoAnswerComesInsideTheCallThatAsks) {
+  fake.http->script(streamsUrl, answerOf(R"([{"DateTime":"2025-03-05T06:00:00Z","Speed":1,"Bearing":90}])"));
+  hasty = std::make_shared<HastyQueues>(fake.host().executors);
+  const auto here = std::this_thread::get_id();
+  int asked = 0;
+  std::atomic<int> elsewhere = 0;
+  const auto note = [&] {
+    ++asked;
+    return [&, once = completions.once("answer")](const auto&) {
+      if (std::this_thread::get_id() != here) ++elsewhere;
+      once();
+    };
+  };
+  for (const char* const region : {"worldwide", "aus", "usa"}) {
+    const auto ocean = make(region);
+    const bool isUsa = std::string(region) == "usa";
+    for (int i = 0; i < 3; ++i) {
+      ocean->getTemperatureDataAtTimeFor(0, 0, date, utc, "a", note());
+      ocean->getDailyTemperatureDataFor(0, 0, date, utc, "a", note());
+      ocean->getDailyTemperatureDataFor(91, 0, date, utc, "b", note());
+      ocean->getDailyObservedAirTemperatureDataFor(0, 0, date, utc, "a", note());
+      ocean->getDailySwellDataFor(0, 0, date, utc, "a", note());
+      if (!isUsa) ocean->getDailyOceanCurrentDataFor(0, 0, date, utc, "a", note());
+      ocean->getOceanCurrentDataFor(91, 0, date, date, utc, "a", note());
+      ocean->hasCurrentsCoverageFor(0, 0, "a", note());
+      ocean->getDailyWindDataFor(0, 0, date, utc, "a", note());
+      ocean->getDailyObservedWindDataFor(0, 0, date, utc, "a", note());
+      ocean->getDailyForecastWindDataFor(0, 0, date, utc, "a", note());
+      start(ocean->getDailySwellData(0, 0, date, utc, "a"), note());
+      ASSERT_TRUE(fake.settle());
+    }
+  }
+  UKHOCurrentsDataProvider streams(hostOfTest());
+  start(streams.getDailyOceanCurrentData(0, 0, dateFromSeconds(std::nan("")), utc, "a"), note());
+  ASSERT_TRUE(fake.settle());
+  EXPECT_EQ(elsewhere, asked);
+}
+
+// A mutex is held over the call and taken by the completion, which asks again.
+TEST_F(OceanServiceTest, ThreadsAskFromMemory) {
+  struct Asker {
+    std::mutex mutex;
+    std::atomic<int> answers = 0;
+  };
+  std::array<Asker, 2> askers;
+  const auto ocean = make("usa");
+  settled(ocean->getDailySwellData(0, 0, date, utc, "a"));
+  std::vector<std::thread> threads;
+  threads.reserve(askers.size());
+  for (auto& asker : askers) {
+    threads.emplace_back([&] {
+      for (int asked = 0; asked < 2000; ++asked) {
+        {
+          const std::lock_guard lock(asker.mutex);
+          ocean->getDailySwellDataFor(0, 0, date, utc, "a", [&](const auto&) {
+            const std::lock_guard inCompletion(asker.mutex);
+            ocean->hasCurrentsCoverageFor(0, 0, "a", [&](bool) {
+              const std::lock_guard inAnother(asker.mutex);
+              ++asker.answers;
+              asker.answers.notify_one();
+            });
+          });
+        }
+        asker.answers.wait(asked);
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
 }
 
 TEST_F(OceanServiceTest, DestroyedWithQuestionsOpenItAnswersEachOnceWithNothing) {

@@ -3,14 +3,18 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <condition_variable>
 #include <future>
 #include <memory>
+#include <mutex>
 #include <random>
 #include <thread>
 #include <vector>
 
 #include "marlune/platform/linux/CurlHttpClient.h"
+#include "marlune/platform/linux/TransferLines.h"
 #include "support/Completions.h"
 #include "support/LoopbackServer.h"
 
@@ -306,6 +310,156 @@ TEST(CurlHttpClientTest, survivesResetsAndKeepsConnections) {
     EXPECT_EQ(get(client, server.url("/last")).error, "") << "a lost connection is renewed";
 }
 
+// --- Who waits for a connection ---
+
+TEST(TransferLinesTest, countsByHostAndInAllAndServesWhoHasLeast) {
+  TransferLines lines;
+  const auto add = [&](const std::string& url) {
+    auto transfer = std::make_shared<CurlTransfer>(HttpRequest{.url = url}, nullptr, nullptr, [] {});
+    lines.add(transfer);
+    return transfer;
+  };
+  std::vector<TransferLines::Transfer> ofOne;
+  ofOne.reserve(8);
+  for (int i = 0; i < 8; ++i) ofOne.push_back(add("HTTP://one.test:80/" + std::to_string(i)));
+  for (std::size_t i = 0; i < 6; ++i) EXPECT_EQ(lines.next(), ofOne[i]) << "in the order of coming";
+  EXPECT_FALSE(lines.isReady());
+  EXPECT_EQ(lines.next(), nullptr) << "the seventh of a host waits";
+  lines.add(std::make_shared<CurlTransfer>(HttpRequest{.url = "http://one.test/9"}, nullptr, nullptr, [] {}));
+  EXPECT_EQ(lines.next(), nullptr) << "the same host under another spelling";
+
+  for (int host = 0; host < 4; ++host) {
+    for (int i = 0; i < 6; ++i) add("https://host" + std::to_string(host) + ".test/");
+  }
+  const auto late = add("http://one.test:81/");
+  std::size_t started = 0;
+  bool lateStarted = false;
+  while (const auto transfer = lines.next()) {
+    ++started;
+    lateStarted = lateStarted || transfer == late;
+    EXPECT_NE(transfer->host(), "http://one.test:80");
+  }
+  EXPECT_EQ(started, 18U) << "24 in all";
+  EXPECT_TRUE(lateStarted) << "who has none under way comes before those who have some";
+
+  lines.ended(ofOne[0]);
+  EXPECT_TRUE(lines.isReady());
+  const auto next = lines.next();
+  ASSERT_TRUE(next);
+  EXPECT_NE(next, ofOne[6]) << "another host has fewer under way";
+  lines.ended(ofOne[1]);
+  lines.ended(ofOne[2]);
+  ofOne[6]->cancel();
+  EXPECT_EQ(lines.takeCancelled(), std::vector{ofOne[6]});
+  EXPECT_FALSE(lines.takeAll().empty());
+  EXPECT_EQ(lines.next(), nullptr);
+}
+
+/// Answers /answered, says nothing to any other, and knows how many it keeps waiting.
+class HoldingServer {
+ public:
+  std::string url(const std::string& path) const { return server_.url(path); }
+  void waitUntilHeld(int count) {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [&] { return held_ >= count; });
+  }
+  int mostHeld() {
+    const std::lock_guard lock(mutex_);
+    return most_;
+  }
+
+ private:
+  void hold(int change) {
+    const std::lock_guard lock(mutex_);
+    held_ += change;
+    most_ = std::max(most_, held_);
+    changed_.notify_all();
+  }
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  int held_ = 0;
+  int most_ = 0;
+  const LoopbackServer server_{[this](LoopbackServer::Connection& connection) {
+    const std::string head = connection.readRequest();
+    if (head.empty()) return false;
+    if (head.starts_with("GET /answered ")) return connection.send(httpAnswer("hello"));
+    hold(1);
+    connection.stall();
+    hold(-1);
+    return false;
+  }};
+};
+
+TEST(CurlHttpClientTest, aSilentHostDelaysNoOther) {
+  HoldingServer silent;
+  HoldingServer other;
+  CurlHttpClient client;
+  Completions completions;
+  std::vector<std::shared_ptr<HttpTransfer>> transfers(40);
+  const auto failing = [&] {
+    return [once = completions.once("silent")](const HttpAnswer& answer) {
+      EXPECT_EQ(answer.error, "cancelled");
+      once();
+    };
+  };
+  for (auto& transfer : transfers) transfer = client.send({.url = silent.url("/silent")}, failing());
+  silent.waitUntilHeld(6);
+  EXPECT_EQ(get(client, other.url("/answered")).error, "");
+
+  std::promise<HttpAnswer> last;
+  client.send({.url = silent.url("/answered")},
+              [&](HttpAnswer answer) { last.set_value(std::move(answer)); });
+  HttpRequest brief{.url = other.url("/silent"), .silenceLimit = std::chrono::milliseconds(20)};
+  EXPECT_EQ(get(client, std::move(brief)).error, "no byte for 20 ms");
+  for (std::size_t i = transfers.size(); i-- > 0;) transfers[i]->cancel();  // those that wait, too
+  EXPECT_TRUE(completions.wait());
+  EXPECT_EQ(last.get_future().get().error, "");
+  EXPECT_LE(silent.mostHeld(), 6);
+  completions.verify();
+}
+
+TEST(CurlHttpClientTest, limitsBeginWithTheTransferAndNotInLine) {
+  HoldingServer server;
+  CurlHttpClient client;
+  Completions completions;
+  for (int i = 0; i < 6; ++i) {
+    HttpRequest request{.url = server.url("/silent"), .silenceLimit = std::chrono::milliseconds(500)};
+    client.send(std::move(request), [once = completions.once("silent")](const HttpAnswer& answer) {
+      EXPECT_EQ(answer.error, "no byte for 500 ms");
+      once();
+    });
+  }
+  HttpRequest seventh{.url = server.url("/answered")};
+  seventh.silenceLimit = seventh.totalLimit = std::chrono::milliseconds(400);
+  EXPECT_EQ(get(client, std::move(seventh)).error, "");
+  EXPECT_TRUE(completions.wait());
+  completions.verify();
+}
+
+// The last who holds the client is a completion.
+TEST_F(HttpClientContract, aCompletionMayDestroyIt) {
+  for (int round = 0; round < 20; ++round) {
+    auto own = std::make_shared<CurlHttpClient>(activity);
+    auto* const raw = own.get();
+    for (int i = 0; i < 10; ++i) {
+      raw->send({.url = silent}, [done = completions.once("open")](const HttpAnswer& answer) {
+        EXPECT_NE(answer.error, "");
+        done();
+      });
+    }
+    // On a host of its own, so that it does not wait for the silent ones.
+    raw->send({.url = "http://127.0.0.1:1/"},
+              [held = std::move(own), done = completions.once("last")](const HttpAnswer&) mutable {
+                held.reset();
+                done();
+              });
+  }
+  EXPECT_TRUE(completions.wait());
+  EXPECT_TRUE(activity->waitUntilIdle(longerThanAnyTest));
+  completions.verify();
+}
+
 TEST(EncodedAddressTest, encodesWhatWouldBreakOrChangeAnAddress) {
   const std::pair<const char*, const char*> cases[] = {
       {"http://h:8/a/b,c;d=e@f!$&()*-._~[]", "http://h:8/a/b,c;d=e@f!$&()*-._~[]"},
@@ -317,6 +471,17 @@ TEST(EncodedAddressTest, encodesWhatWouldBreakOrChangeAnAddress) {
   for (const auto& [published, travels] : cases) EXPECT_EQ(encodedAddress(published), travels);
   EXPECT_EQ(encodedGivenAddress("http://h/%2F+1,2?q=a+b%20 \"\xc3\xbc#part"),
             "http://h/%2F+1,2?q=a+b%20%20%22%C3%BC");
+}
+
+TEST(HttpAddressTest, namesAHostAndSpeaksHttp) {
+  for (const char* address : {"http://a", "https://a.b:80/c", "http://[::1]:80/", "HTTP://127.0.0.1:1?q"}) {
+    EXPECT_TRUE(isHttpAddress(address)) << address;
+  }
+  for (const char* address :
+       {"", "http://", "http:///x", "file:///etc", "//a", "http://a b/", "http://[::1/x", "http://h:99999/",
+        "http://h:x/", "http://:80/", "http://u@h/", "http://[::1]x/"}) {
+    EXPECT_FALSE(isHttpAddress(address)) << address;
+  }
 }
 
 }  // namespace

@@ -148,6 +148,25 @@ TEST(QueueTest, runsAsManyAtATimeAsItMay) {
   EXPECT_FALSE(tooMany);
 }
 
+// Jobs that find a thread at work, in many rounds: a second thread would take one of them at some time.
+TEST(QueueTest, aSerialOneNeverRunsTwoJobsAtOnce) {
+  const auto activity = std::make_shared<Activity>();
+  std::atomic<bool> two = false;
+  for (int round = 0; round < 20 && !two; ++round) {
+    const auto queue = QueueFactory(activity).makeQueue("serial", 1);
+    std::atomic<int> running = 0;
+    for (int i = 0; i < 50; ++i) {
+      queue->post([&] {
+        if (++running > 1) two = true;
+        for (int turn = 0; turn < 30; ++turn) std::this_thread::yield();
+        if (--running > 0) two = true;
+      });
+    }
+    EXPECT_TRUE(activity->waitUntilIdle(longerThanAnyTest));
+  }
+  EXPECT_FALSE(two);
+}
+
 TEST(MainLoopTest, runUntilAsksAfterEachJobAndWake) {
   MainLoop loop;
   loop.post([&] { loop.post([] {}); });

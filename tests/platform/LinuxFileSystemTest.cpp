@@ -116,6 +116,17 @@ TEST_P(FileSystemContract, removesAndMoves) {
   EXPECT_FALSE(files->remove(other + "/three"));
 }
 
+TEST_P(FileSystemContract, aMovedFileTakesThePlaceOfAFolder) {
+  const std::string folder = root + "/taken";
+  ASSERT_TRUE(files->write(folder + "/deep", folder + "/deep/inner", "inner", Durability::cache));
+  EXPECT_FALSE(files->move(folder + "/deep/inner", root, folder)) << "it would go with the folder";
+  EXPECT_EQ(files->read(folder + "/deep/inner"), "inner");
+  ASSERT_TRUE(write("file", "moved"));
+  EXPECT_TRUE(files->move(root + "/file", root, folder));
+  EXPECT_EQ(files->read(folder), "moved");
+  EXPECT_EQ(files->list(root), std::vector<std::string>{"taken"});
+}
+
 TEST_P(FileSystemContract, identityTellsStatesApart) {
   EXPECT_EQ(files->identity(root + "/file"), std::nullopt);
   ASSERT_TRUE(write("file", "same size"));

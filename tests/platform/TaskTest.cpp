@@ -3,13 +3,20 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <coroutine>
 #include <deque>
+#include <exception>
+#include <functional>
+#include <future>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "marlune/platform/OwnedQueue.h"
+#include "marlune/platform/SharedRequests.h"
 #include "marlune/platform/linux/QueueFactory.h"
+#include "support/HastyQueues.h"
 
 namespace marlune::testing {
 namespace {
@@ -140,6 +147,59 @@ Task<int> hops(std::shared_ptr<Executor> a, std::shared_ptr<Executor> b, int cou
     if (text != "x!" || (co_await answered(next, Answer::later)) != "later") break;
   }
   co_return done;
+}
+
+/// A coroutine of another kind, which runs at once and is never waited for.
+struct Foreign {
+  struct promise_type {
+    Foreign get_return_object() const noexcept { return {}; }
+    std::suspend_never initial_suspend() const noexcept { return {}; }
+    std::suspend_never final_suspend() const noexcept { return {}; }
+    void return_void() const noexcept {}
+    [[noreturn]] void unhandled_exception() const noexcept { std::terminate(); }
+  };
+};
+
+using Threads = std::promise<std::thread::id>;
+
+Foreign awaitFromOutside(Task<std::string> task, std::shared_ptr<Threads> where) {
+  co_await std::move(task);
+  where->set_value(std::this_thread::get_id());
+}
+
+Task<std::string> askedTogether(std::shared_ptr<SharedRequests<int, std::string>> requests,
+                                std::shared_ptr<Executor> queue) {
+  auto answer = completionOf<std::string>([requests, queue](Done done) {
+    requests->ask(1, std::move(done),
+                  [queue](Done answered) { start(echoed(queue, "shared"), std::move(answered)); });
+  });
+  co_return co_await answer;
+}
+
+// Where an answer comes on another thread while the call that asks is still at work, the task goes on there:
+// nobody's completion runs inside the call.
+TEST(TaskOnThreadsTest, AnAnswerFromElsewhereNeverComesInsideTheCall) {
+  HastyQueues hasty(std::make_shared<QueueFactory>());
+  const auto queue = hasty.makeQueue("hasty", 1);
+  const auto requests = std::make_shared<SharedRequests<int, std::string>>(queue);
+  const auto here = std::this_thread::get_id();
+  const std::pair<const char*, std::function<Task<std::string>()>> tasks[] = {
+      {"a job", [&] { return echoed(queue, "x"); }},
+      {"a completion", [&] { return answered(queue, Answer::later); }},
+      {"a completion that is dropped", [&] { return answered(queue, Answer::droppedLater); }},
+      {"a chain of its own", [&] { return inOwnChain(echoed(queue, "x")); }},
+      {"chains in each other", [&] { return inOwnChain(inOwnChain(answered(queue, Answer::later))); }},
+      {"a shared request", [&] { return inOwnChain(askedTogether(requests, queue)); }},
+  };
+  for (const auto& [name, make] : tasks) {
+    SCOPED_TRACE(name);
+    Threads where;
+    start(make(), [&](const std::string&) { where.set_value(std::this_thread::get_id()); });
+    EXPECT_NE(where.get_future().get(), here);
+    const auto outside = std::make_shared<Threads>();
+    awaitFromOutside(make(), outside);
+    EXPECT_NE(outside->get_future().get(), here);
+  }
 }
 
 // Chains wander between the threads of two queues while these end; each completion comes once.

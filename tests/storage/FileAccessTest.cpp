@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "marlune/platform/linux/FolderLayout.h"
 #include "marlune/platform/linux/LinuxFileSystem.h"
 #include "support/TemporaryFolder.h"
@@ -62,6 +64,20 @@ TEST_F(FileAccessTest, MovesOverWhatIsThereAndOnlyWhenThereIsSomething) {
   EXPECT_FALSE(files.moveFileUrlToDocumentsFolder(*url)) << "it is gone";
   EXPECT_FALSE(files.moveFileUrlToDocumentsFolder("http://a/b"));
   EXPECT_TRUE(files.urlForFileInContainer(group, "missing"));
+}
+
+TEST_F(FileAccessTest, MovesOverAFolderWithAllThatIsInIt) {
+  const auto makeFolder = [&](const std::string& path) {
+    std::filesystem::create_directories(path + "/f/g");
+  };
+  makeFolder(*files.pathInContainer(group, "x"));
+  ASSERT_TRUE(files.saveFile("x", "moved"));
+  ASSERT_TRUE(files.moveFileToSharedContainer(group, "x"));
+  EXPECT_EQ(*files.loadFileInContainer(group, "x"), "moved");
+
+  makeFolder(*files.folders()->documents() + "/x");
+  ASSERT_TRUE(files.moveFileUrlToDocumentsFolder(*files.urlForFileInContainer(group, "x")));
+  EXPECT_EQ(*files.loadFile("x"), "moved");
 }
 
 }  // namespace

@@ -80,7 +80,13 @@ bool MemoryFileSystem::exists(const std::string& path) {
 
 bool MemoryFileSystem::move(const std::string& from, const std::string& folder, const std::string& to) {
   const std::lock_guard lock(mutex_);
-  if (!files_.contains(from) || !isWithin(folder, to) || !isFree(folder, to)) return false;
+  if (!files_.contains(from) || !isWithin(folder, to) || from.starts_with(to + "/")) return false;
+  const auto isInTheWay = [&](const std::string& path) { return path == to || path.starts_with(to + "/"); };
+  if (folders_.contains(to)) {
+    std::erase_if(folders_, isInTheWay);
+    std::erase_if(files_, [&](const auto& entry) { return isInTheWay(entry.first); });
+  }
+  if (!isFree(folder, to)) return false;
   if (from == to) return true;
   File moved = std::move(files_.extract(from).mapped());
   moved.identity.changed = ++changes_;

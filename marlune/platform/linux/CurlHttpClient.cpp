@@ -4,6 +4,7 @@
 #include <poll.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cassert>
 #include <chrono>
 #include <mutex>
@@ -13,6 +14,7 @@
 
 #include "marlune/platform/linux/CurlTransfer.h"
 #include "marlune/platform/linux/Threads.h"
+#include "marlune/platform/linux/TransferLines.h"
 
 namespace marlune {
 namespace {
@@ -27,7 +29,8 @@ bool initialised() {
 
 }  // namespace
 
-/// Transfers hold on to it weakly, so that one may be cancelled after the client is gone.
+/// What the client and its thread share. It outlives the client where a completion destroys that. Transfers
+/// hold on to it weakly, so that one may be cancelled after the client is gone.
 struct CurlHttpClient::State {
   std::mutex mutex;
   // Guarded by the mutex.
@@ -35,6 +38,8 @@ struct CurlHttpClient::State {
   CURLM* multi = nullptr;  // from when the thread has made it until it ends it
   bool stopping = false;
   std::thread thread;
+  // Set when a transfer is cancelled: those that wait in line are looked through only then.
+  std::atomic<bool> someCancelled = false;
 
   void wake() {
     const std::lock_guard lock(mutex);
@@ -56,19 +61,25 @@ struct CurlHttpClient::State {
   void run() {
     const std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)> made(
         initialised() ? curl_multi_init() : nullptr, &curl_multi_cleanup);
+    // Idle connections are kept only as far as they, too, stay within the bound.
+    if (made) curl_multi_setopt(made.get(), CURLMOPT_MAXCONNECTS, static_cast<long>(TransferLines::atOnce));
     {
       const std::lock_guard lock(mutex);
       multi = made.get();
     }
+    TransferLines lines;
     Transfers active;
     while (!isStopping()) {
-      if (auto incomers = takeIncoming()) {
-        for (auto& transfer : *incomers) {
-          if (transfer->start(made.get())) active.push_back(std::move(transfer));
+      takeUp(lines);
+      while (auto transfer = lines.next()) {
+        if (transfer->start(made.get())) {
+          active.push_back(std::move(transfer));
+        } else {
+          lines.ended(transfer);
         }
       }
       if (made) {
-        perform(made.get(), active);
+        perform(made.get(), active, lines);
       } else {
         ::poll(nullptr, 0, 100);  // nothing to wake it: every request fails until there is memory again
       }
@@ -78,15 +89,26 @@ struct CurlHttpClient::State {
       multi = nullptr;
     }
     abandon(std::exchange(active, {}));
+    abandon(lines.takeAll());
     // A completion may send again; that request comes to the same end.
     while (auto incomers = takeIncoming()) abandon(*incomers);
+  }
+
+  /// Puts what was sent in line, and takes out of it what was cancelled.
+  void takeUp(TransferLines& lines) {
+    if (auto incomers = takeIncoming()) {
+      for (auto& transfer : *incomers) lines.add(std::move(transfer));
+    }
+    if (!someCancelled.exchange(false)) return;
+    for (const auto& transfer : lines.takeCancelled()) transfer->fail("cancelled");
   }
 
   static void abandon(const Transfers& transfers) {
     for (const auto& transfer : transfers) transfer->fail("the client is being destroyed");
   }
 
-  static void perform(CURLM* multi, Transfers& active) {
+  /// Goes on with what is under way; then waits for something to do, unless another may start at once.
+  static void perform(CURLM* multi, Transfers& active, TransferLines& lines) {
     int running = 0;
     curl_multi_perform(multi, &running);
     int left = 0;
@@ -97,10 +119,17 @@ struct CurlHttpClient::State {
       const auto at = std::find_if(active.begin(), active.end(),
                                    [easy](const auto& transfer) { return transfer->handle() == easy; });
       assert(at != active.end());
-      if (!(*at)->finish(result)) active.erase(at);
+      if ((*at)->finish(result)) continue;
+      lines.ended(*at);
+      active.erase(at);
     }
     const auto now = std::chrono::steady_clock::now();
-    std::erase_if(active, [now](const auto& transfer) { return !transfer->keepGoing(now); });
+    std::erase_if(active, [now, &lines](const auto& transfer) {
+      if (transfer->keepGoing(now)) return false;
+      lines.ended(transfer);
+      return true;
+    });
+    if (lines.isReady()) return;
 
     // Without a transfer only a wake-up ends the wait; an hour is as good as for ever.
     auto due = now + std::chrono::hours(1);
@@ -122,8 +151,9 @@ CurlHttpClient::~CurlHttpClient() {
     thread = std::move(state_->thread);
   }
   state_->wake();
-  if (thread.joinable()) {
-    assert(thread.get_id() != std::this_thread::get_id());
+  if (thread.get_id() == std::this_thread::get_id()) {
+    thread.detach();
+  } else if (thread.joinable()) {
     thread.join();
   } else {
     while (auto incomers = state_->takeIncoming()) State::abandon(*incomers);
@@ -132,7 +162,10 @@ CurlHttpClient::~CurlHttpClient() {
 
 std::shared_ptr<HttpTransfer> CurlHttpClient::send(HttpRequest request, Completion completion) {
   auto wake = [weak = std::weak_ptr<State>(state_)] {
-    if (const auto state = weak.lock()) state->wake();
+    const auto state = weak.lock();
+    if (!state) return;
+    state->someCancelled = true;
+    state->wake();
   };
   auto transfer = std::make_shared<CurlTransfer>(std::move(request), std::move(completion),
                                                  Activity::begin(activity_), std::move(wake));

@@ -51,6 +51,11 @@ std::optional<Origin> originOf(const std::string& url) {
   return origin;
 }
 
+std::string hostOf(const std::string& url) {
+  const auto origin = originOf(url);
+  return origin ? fmt::format("{}://{}:{}", origin->scheme, origin->host, origin->port) : std::string();
+}
+
 bool breaksHeader(std::string_view text) {
   return text.find_first_of(std::string_view("\r\n\0", 3)) != std::string_view::npos;
 }
@@ -68,9 +73,8 @@ CurlTransfer::CurlTransfer(HttpRequest request, HttpClient::Completion completio
       completion_(std::move(completion)),
       piece_(std::move(piece)),
       wake_(std::move(wake)),
-      url_(request_.url),
-      started_(std::chrono::steady_clock::now()),
-      lastByte_(started_) {}
+      host_(hostOf(request_.url)),
+      url_(request_.url) {}
 
 CurlTransfer::~CurlTransfer() = default;
 
@@ -79,6 +83,7 @@ void CurlTransfer::cancel() {
 }
 
 bool CurlTransfer::start(CURLM* multi) {
+  started_ = lastByte_ = std::chrono::steady_clock::now();
   if (multi == nullptr) {
     fail("the HTTP library could not be started");
     return false;

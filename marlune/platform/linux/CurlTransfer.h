@@ -23,7 +23,7 @@ class CurlTransfer : public HttpTransfer {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
 
-  /// `wake` is called when the client's thread should look after its transfers.
+  /// `wake` is called when it is cancelled, so that the client's thread looks after it.
   CurlTransfer(HttpRequest request, HttpClient::Completion completion, Activity::Piece piece,
                std::function<void()> wake);
   ~CurlTransfer() override;
@@ -31,8 +31,13 @@ class CurlTransfer : public HttpTransfer {
   CurlTransfer& operator=(const CurlTransfer&) = delete;
 
   void cancel() override;
+  bool isCancelled() const { return cancelled_; }
 
-  /// Hands the request to `multi`, or completes it when it cannot be sent. True when it is under way.
+  /// Scheme, host and port that it is sent to; empty where the address has none.
+  const std::string& host() const { return host_; }
+
+  /// Begins: its limits count from now on. Hands the request to `multi`, or completes it when it cannot be
+  /// sent. True when it is under way.
   bool start(CURLM* multi);
 
   /// libcurl is done with it: completes it, or follows a redirect. True when it is under way again.
@@ -73,6 +78,7 @@ class CurlTransfer : public HttpTransfer {
   HttpClient::Completion completion_;
   Activity::Piece piece_;
   const std::function<void()> wake_;
+  const std::string host_;
   std::atomic<bool> cancelled_ = false;
 
   CURLM* multi_ = nullptr;  // while it is under way

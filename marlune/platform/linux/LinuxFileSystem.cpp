@@ -2,13 +2,17 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cmath>
+#include <cstdlib>
 #include <ctime>
+#include <filesystem>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -79,6 +83,11 @@ bool isRegularFile(const std::string& path) {
   return ::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
+bool isFolder(const std::string& path) {
+  struct stat status {};
+  return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 struct Destination {
   const std::string& folder;  // made when it is missing
   std::string_view parent;    // where the file lies
@@ -113,6 +122,20 @@ Outcome store(const Destination& to, std::string_view bytes, const std::optional
     if (outcome == TemporaryFile::Outcome::failed) return Outcome::failed;
   }
   return Outcome::failed;
+}
+
+bool moveFile(const std::string& from, const Destination& to) {
+  const auto renamed = [&] { return ::rename(from.c_str(), to.path.c_str()) == 0; };
+  if (renamed()) return true;
+  if (errno == ENOENT && makeFolders(to.folder, false) && renamed()) return true;
+  if (errno != EXDEV) return false;
+  struct stat status {};
+  if (::stat(from.c_str(), &status) != 0) return false;
+  const auto bytes = readWholeFile(from);
+  if (!bytes) return false;
+  // Flushed, since the file that is removed then may be the user's only one.
+  const auto outcome = store(to, *bytes, status.st_mtim, FileSystem::Durability::userData);
+  return outcome == Outcome::written && ::unlink(from.c_str()) == 0;
 }
 
 FileIdentity identityOf(const struct stat& status) {
@@ -214,16 +237,21 @@ bool LinuxFileSystem::move(const std::string& from, const std::string& folder, c
   const auto parent = parentWithin(folder, to);
   // The system would also move a folder, over an empty one even.
   if (!parent || !usable(from) || !isRegularFile(from)) return false;
-  if (::rename(from.c_str(), to.c_str()) == 0) return true;
-  if (errno == ENOENT && makeFolders(folder, false) && ::rename(from.c_str(), to.c_str()) == 0) return true;
-  if (errno != EXDEV) return false;
-  struct stat status {};
-  if (::stat(from.c_str(), &status) != 0) return false;
-  const auto bytes = readWholeFile(from);
-  if (!bytes) return false;
-  // Flushed, since the file that is removed then may be the user's only one.
-  const auto outcome = store({folder, *parent, to}, *bytes, status.st_mtim, Durability::userData);
-  return outcome == Outcome::written && ::unlink(from.c_str()) == 0;
+  if (!isFolder(to)) return moveFile(from, {folder, *parent, to});
+
+  std::string aside = fmt::format("{}/{}XXXXXX", *parent, TemporaryFile::prefix);
+  if (::mkdtemp(aside.data()) == nullptr) return false;
+  if (::rename(to.c_str(), aside.c_str()) != 0) {
+    ::rmdir(aside.c_str());
+    return false;
+  }
+  if (!moveFile(from, {folder, *parent, to})) {
+    ::rename(aside.c_str(), to.c_str());
+    return false;
+  }
+  std::error_code ignored;
+  std::filesystem::remove_all(aside, ignored);
+  return true;
 }
 
 std::optional<std::vector<std::string>> LinuxFileSystem::list(const std::string& folder) {

@@ -230,6 +230,7 @@ TEST_F(OpenMeteoProvidersTest, DaysAreThoseOfTheCallersZone) {
   EXPECT_EQ(secondsOf(temperatures(1741510800, *TimeZone::named("Etc/GMT+5"))->timeSeries[0]->date),
             1741496400)
       << "the same day of another zone is another day";
+  EXPECT_EQ(temperatures(1741510800, losAngeles), change) << "and does not displace it";
   EXPECT_EQ(asked(), 2U);
 
   // The day of this change begins at one o'clock, which also ends the day before.
@@ -326,6 +327,8 @@ TEST_F(OpenMeteoProvidersTest, WindOfADayEndsBeforeTheNextMidnight) {
   const auto gaps = wind(midnight + day / 2, *TimeZone::named("Etc/GMT+5"));
   EXPECT_EQ(textOf(gaps->timeSeries), "Wind 1 gust=2.25; Wind 2 direction=2.0; Wind 3");
   EXPECT_FALSE(gaps->timeSeries[2]->attributes);
+  EXPECT_EQ(wind(midnight)->timeSeries.size(), 24U) << "the same day of another zone is another day";
+  EXPECT_EQ(asked(), 3U);
 }
 
 TEST(LocalHoursTest, ReadsWhatTheStrictReaderReads) {

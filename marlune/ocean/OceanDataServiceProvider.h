@@ -40,10 +40,13 @@ namespace marlune {
 /// caches. What cannot be had is an empty pointer; why is in the log. Records are shared: nobody changes
 /// them.
 ///
-/// Every operation is a task, and has a form with a completion, which is called exactly once, on a background
-/// thread of the service's; there the tasks go on, too. Neither may block it for long. Calls are safe from
-/// any thread. Questions to different sources run side by side; equal ones share a request. A service made
-/// with the constructor may be destroyed at any moment; what is open is then answered with nothing.
+/// Every operation is a task, and has a form with a completion, which is called exactly once. Completions and
+/// tasks go on on background threads of the service's, up to four at a time and in no fixed order, so that
+/// none should block one for long. Calls are safe from any thread. Questions to different sources run side by
+/// side; equal ones share a request. A service made with the constructor may be destroyed with questions
+/// open, also in a completion of its own, once no call of its operations is under way: what waits is answered
+/// with nothing, by one of those threads or the destructor's, before the destructor returns (but see the
+/// constructor).
 ///
 ///     auto swell = co_await OceanDataServiceProvider::shared().getDailySwellData(
 ///         36.95, -122.02, now, zone, "398997177");  // in a Task
@@ -95,7 +98,8 @@ class MARLUNE_API OceanDataServiceProvider final {
 
   // --- Currents, knots ---
 
-  /// From six hours before `date` to a day after it, so that a slack that began before midnight is there.
+  /// From six hours before `date` to a day after it, whatever the zone. So `date` is where the day begins:
+  /// pass its first instant in the place's zone, and a slack that began before midnight is there too.
   Task<Answer<OceanCurrentData>> getDailyOceanCurrentData(double lat, double lng, Date date,
                                                           TimeZone timezone, std::string locationId);
   void getDailyOceanCurrentDataFor(double lat, double lng, Date date, TimeZone timezone,
@@ -127,8 +131,16 @@ class MARLUNE_API OceanDataServiceProvider final {
   void getDailyForecastWindDataFor(double lat, double lng, Date date, TimeZone timezone,
                                    std::string locationId, Completion<WindData> completionHandler);
 
-  /// The marine forecast's own operations, currents among them, which the questions above never use.
-  OpenMeteoDataProvider& marineForecast() const;
+  // --- The sources behind the questions, each with operations of its own ---
+
+  // They are made with the service, whatever the region, and end with it.
+  OpenMeteoDataProvider& service() const;  ///< marine forecast; its currents answer no question above
+  NOAACurrentsDataProvider& noaaCurrents() const;
+  UKHOCurrentsDataProvider& ukhoCurrents() const;
+  NOAATemperatureDataProvider& noaaWaterTemp() const;
+  NOAATemperatureDataProvider& noaaAirTemp() const;
+  NOAAWindDataProvider& noaaWind() const;
+  NWSWindForecastProvider& nwsWind() const;
 
  private:
   struct State;

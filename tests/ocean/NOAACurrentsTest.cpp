@@ -232,13 +232,24 @@ TEST_F(NOAACurrentsTest, LackingDaysAreAwaitedAndTheMonthComesBehind) {
   const auto other = askFor(march5 + 7200, march5 + 86'400, 0.01, "there");
   EXPECT_EQ(secondsOf(other->timeSeries[0]->date), march5 + 7200) << "the same days, another period";
   EXPECT_EQ(other->longitude, 0.01);
+  EXPECT_EQ(askFor(march5 + 7200, march5 + 86'400, 0.02, "yonder")->longitude, 0.02) << "the same period";
   provider = std::make_unique<NOAACurrentsDataProvider>(fake.host());
   EXPECT_EQ(askFor(march1, march1 + 30 * aDay)->timeSeries.size(), 30U * 48U + 1U);
   EXPECT_EQ(asked(), 4U) << "all of it lies on the disk";
-  put("noaa_currents_SFB1_7_20250306.json", "[{");
   script(6, 6);
-  EXPECT_EQ(askFor(march5, march5 + 2 * aDay)->timeSeries.size(), 97U) << "a damaged file is a missing one";
-  EXPECT_EQ(asked(), 5U);
+  for (const std::string& bad : {std::string("[{"), kept("noaa_currents_SFB1_7_20250307.json")}) {
+    const std::size_t before = asked();
+    put("noaa_currents_SFB1_7_20250306.json", bad);
+    provider = std::make_unique<NOAACurrentsDataProvider>(fake.host());
+    EXPECT_EQ(askFor(march5, march5 + 2 * aDay)->timeSeries.size(), 97U) << "damaged, or of another day";
+    EXPECT_EQ(asked(), before + 1);
+  }
+  std::string april = rows(1, 31, true);
+  for (auto at = april.find("2025-03"); at != std::string::npos; at = april.find("2025-03", at))
+    april[at + 6] = '4';
+  put("noaa_slack_SFB1_7_202503.json", april);
+  provider = std::make_unique<NOAACurrentsDataProvider>(fake.host());
+  EXPECT_EQ(askFor(march5 + aDay, march5 + aDay + 80'000)->events.size(), 4U) << "the list of another month";
 }
 
 TEST_F(NOAACurrentsTest, WhatFailsIsNeitherRememberedNorKept) {
@@ -273,8 +284,34 @@ TEST_F(NOAACurrentsTest, WhatFailsIsNeitherRememberedNorKept) {
   script(1, 31);
   EXPECT_TRUE(askFor(march5 + aDay, march5 + aDay + 80'000));
   EXPECT_EQ(kept("noaa_slack_SFB1_7_202503.json"), rows(1, 31, true)) << "the month is tried again";
-  EXPECT_TRUE(askFor(march5, march5 + 2 * aDay));
+  EXPECT_EQ(askFor(march5, march5 + 2 * aDay)->timeSeries.size(), 97U);
   EXPECT_EQ(asked(), before + 4) << "and then no more";
+}
+
+TEST_F(NOAACurrentsTest, AMonthIsFetchedOnceEvenWhereItLacksDays) {
+  for (const int day : {5, 8, 25}) script(day, day);
+  const auto begin = [&](int day) {
+    const double from = static_cast<double>(march1 + (day - 1) * aDay);
+    start(provider->getOceanCurrentData(0, 0, dateFromSeconds(from), dateFromSeconds(from + 80'000),
+                                        TimeZone(), "here"),
+          [once = completions.once("day")](const auto& answer) {
+            EXPECT_TRUE(answer);
+            once();
+          });
+  };
+  for (const bool slacks : {false, true}) fake.http->hold(url("20250301", "20250331", slacks));
+  begin(5);
+  ASSERT_TRUE(fake.http->waitForRequests(4));
+  begin(8);
+  ASSERT_TRUE(fake.http->waitForRequests(6));
+  ASSERT_TRUE(fake.http->answer(url("20250301", "20250331", false), answerOf(rows(1, 19, false))));
+  ASSERT_TRUE(fake.http->answer(url("20250301", "20250331", true), answerOf(rows(1, 31, true))));
+  ASSERT_TRUE(fake.settle());
+  begin(25);
+  ASSERT_TRUE(fake.settle());
+  EXPECT_EQ(asked(), 7U) << "what a month has not got is not looked for again";
+  EXPECT_EQ(fake.log->lines().size(), 1U);
+  expectLog("NOAA Currents: Background fetch 2025-03 for station SFB1");
 }
 
 TEST_F(NOAACurrentsTest, AMonthThatWasAwaitedIsKeptWhole) {

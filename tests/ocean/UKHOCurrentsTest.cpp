@@ -201,25 +201,29 @@ TEST_F(UKHOCurrentsTest, AnswersAreMergedIntoTheFilesOfTheirDays) {
             joined(rates(march5, march5 + 10 * anHour), rates(march5 + 12 * anHour, march5 + 15 * anHour)));
   EXPECT_EQ(inNewProcess(12 * anHour, 14 * anHour), 5U);
   EXPECT_EQ(inNewProcess(anHour, 9 * anHour), 17U);
+  EXPECT_EQ(inNewProcess(12 * anHour, 15 * anHour - 1), 6U);
   EXPECT_EQ(asked(), 2U) << "a shorter answer is kept too";
+  EXPECT_EQ(inNewProcess(12 * anHour, 15 * anHour), 6U);
+  EXPECT_EQ(asked(), 3U) << "half an hour is missing at the end";
 
   fake.http->script(url("2025-03-05T09:00:00", 24),
                     answerOf(rates(march5 + 11 * anHour, march5 + 12 * anHour)));
   EXPECT_EQ(inNewProcess(9 * anHour, 13 * anHour), 7U) << "what the files hold counts as well";
-  EXPECT_EQ(asked(), 3U) << "a gap between answers lacks something";
+  EXPECT_EQ(asked(), 4U) << "a gap between answers lacks something";
   const std::string hole =
       joined(rates(march5, march5 + 10 * anHour - 1800), rates(march5 + 10 * anHour + 1800, march5 + aDay));
   put("ukho_streams_SN1_20250305.json", hole);
   EXPECT_EQ(inNewProcess(0, 22 * anHour), 44U);
-  EXPECT_EQ(asked(), 4U) << "more than an hour";
+  EXPECT_EQ(asked(), 5U) << "more than an hour";
   put("ukho_streams_SN1_20250305.json",
       joined(rates(march5, march5 + 10 * anHour), rates(march5 + 10 * anHour + 1800, march5 + aDay)));
   EXPECT_EQ(inNewProcess(0, 22 * anHour), 44U);
-  EXPECT_EQ(asked(), 4U) << "an hour is none";
+  EXPECT_EQ(asked(), 5U) << "an hour is none";
   put("ukho_streams_SN1_20250305.json", hole);
   EXPECT_EQ(inNewProcess(10 * anHour + 1800, 22 * anHour), 24U);
   EXPECT_EQ(inNewProcess(0, 9 * anHour), 19U) << "a gap outside the period matters not";
-  EXPECT_EQ(asked(), 4U);
+  EXPECT_EQ(askFor(march5, march5 + anHour)->timeSeries.size(), 3U) << "the same beginning";
+  EXPECT_EQ(asked(), 5U);
 }
 
 TEST_F(UKHOCurrentsTest, TheStepsOfAQuestionCanBeHadAlone) {

@@ -138,7 +138,9 @@ TEST(CurrentPredictionsTest, ASlackWindowLastsWhileTheStreamIsWeak) {
   const auto toTheEnds = slackWindow(points, march5 + 90, 5, -wide, wide);
   EXPECT_EQ(toTheEnds->begin, march5 - 36'000);
   EXPECT_EQ(toTheEnds->end, march5 + 36'000);
-  EXPECT_EQ(slackWindow(points, march5, 5, march5 - 500, march5 + 500)->end, march5 + 500);
+  const auto bounded = slackWindow(points, march5, 5, march5 - 400, march5 + 500);
+  EXPECT_EQ(bounded->begin, march5 - 400);
+  EXPECT_EQ(bounded->end, march5 + 500);
   EXPECT_FALSE(slackWindow(points, march5 + 7200, 0.2, -wide, wide)) << "strong there";
   EXPECT_FALSE(slackWindow(points, march5 + 36'001, 5, -wide, wide));
   const CurrentPredictions apart = {row(0, 0), row(86'401, 0), row(90'000, 0)};
@@ -250,6 +252,13 @@ TEST_F(NOAACurrentsTest, LackingDaysAreAwaitedAndTheMonthComesBehind) {
   put("noaa_slack_SFB1_7_202503.json", april);
   provider = std::make_unique<NOAACurrentsDataProvider>(fake.host());
   EXPECT_EQ(askFor(march5 + aDay, march5 + aDay + 80'000)->events.size(), 4U) << "the list of another month";
+
+  for (const char* day : {"05", "07"}) put(fmt::format("noaa_currents_SFB1_7_202503{}.json", day), "");
+  put("noaa_slack_SFB1_7_202503.json", "");
+  script(5, 7);
+  fake.http->script(url("20250305", "20250307", true), failedAnswer("unreachable"));
+  expectLog("Error fetching NOAA currents: unreachable");
+  EXPECT_EQ(askFor(march5, march5 + 3 * aDay - 1)->events.size(), 72U) << "a day that is known counts once";
 }
 
 TEST_F(NOAACurrentsTest, WhatFailsIsNeitherRememberedNorKept) {

@@ -183,6 +183,9 @@ TEST_F(UKHOCurrentsTest, ALocalDayIsFetchedKeptAndReadBack) {
   EXPECT_EQ(moved->timeSeries.size(), 51U);
   EXPECT_EQ(moved->longitude, -1.001);
   EXPECT_EQ(asked(), 2U) << "read from the disk";
+  constexpr std::int64_t march30 = april1 - 2 * aDay;
+  fake.http->script(url("2025-03-30T00:00:00", 25), answerOf(rates(march30, march30 + aDay)));
+  EXPECT_EQ(day(march30 + 43'200)->timeSeries.size(), 47U) << "a day of 23 hours";
 }
 
 TEST_F(UKHOCurrentsTest, AnswersAreMergedIntoTheFilesOfTheirDays) {

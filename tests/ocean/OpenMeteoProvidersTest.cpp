@@ -143,7 +143,8 @@ TEST_F(OpenMeteoProvidersTest, OneRequestBringsEveryKindAndDay) {
   EXPECT_EQ(asked(), 3U) << "an absence is not remembered";
   scriptMarine(marineAnswer(hoursFrom(6, 9), numbers(9 * 24)));
   EXPECT_TRUE(swell(midnight + 9 * day));
-  EXPECT_EQ(temperatures(midnight)->timeSeries.size(), 25U) << "a newer forecast that only has its end displaces no day";
+  EXPECT_EQ(temperatures(midnight)->timeSeries.size(), 25U)
+      << "a newer forecast that only has its end displaces no day";
   EXPECT_EQ(asked(), 4U);
 }
 

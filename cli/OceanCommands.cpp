@@ -73,12 +73,12 @@ Answer currents(Context& context, const Call& call) {
                   kNone, "kt");
 }
 Answer marineCurrentsDay(Context& context, const Call& call) {
-  auto& marine = context.session.ocean().marineForecast();
+  auto& marine = context.session.ocean().service();
   return answerOf(askDay(marine, &OpenMeteoDataProvider::getDailyOceanCurrentData, call), call.zone(3), kNone,
                   "mph");
 }
 Answer marineCurrents(Context& context, const Call& call) {
-  auto& marine = context.session.ocean().marineForecast();
+  auto& marine = context.session.ocean().service();
   return answerOf(askInterval(marine, &OpenMeteoDataProvider::getOceanCurrentData, call), call.zone(4), kNone,
                   "mph");
 }

@@ -30,7 +30,7 @@ using CurrentPredictions = std::vector<CurrentPrediction>;
 namespace current_predictions {
 
 struct Reading {
-  CurrentPredictions rows;           ///< in time order, each instant once
+  CurrentPredictions rows;           ///< in time order, of equal times in that of the answer
   std::optional<std::string> error;  ///< why there are none
 };
 

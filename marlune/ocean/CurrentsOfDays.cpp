@@ -144,18 +144,22 @@ TimeSeries samplesOf(const CurrentPredictions& points) {
 Events eventsOf(const CurrentPredictions& maxSlack, const CurrentPredictions& points,
                 const CurrentsPeriod& period) {
   Events events;
-  for (std::size_t i = 0; i < maxSlack.size(); ++i) {
-    const CurrentPrediction& row = maxSlack[i];
-    if (!period.holds(row.time)) continue;
+  for (auto row = maxSlack.begin(); row != maxSlack.end(); ++row) {
+    if (!period.holds(row->time)) continue;
     std::optional<SlackWindow> window;
-    if (typeOf(row) == "slack") {
-      const auto* const before = i > 0 ? &maxSlack[i - 1] : nullptr;
-      const auto* const next = i + 1 < maxSlack.size() ? &maxSlack[i + 1] : nullptr;
-      window = slackWindow(points, row.time, thresholdOf(before, next),
+    if (typeOf(*row) == "slack") {
+      // Rows of the slack's own time are no neighbours.
+      const auto firstOfTime = std::lower_bound(
+          maxSlack.begin(), row, row->time,
+          [](const CurrentPrediction& other, std::int64_t time) { return other.time < time; });
+      const auto nextOfOther = after(maxSlack, row->time);
+      const auto* const before = firstOfTime != maxSlack.begin() ? &*std::prev(firstOfTime) : nullptr;
+      const auto* const next = nextOfOther != maxSlack.end() ? &*nextOfOther : nullptr;
+      window = slackWindow(points, row->time, thresholdOf(before, next),
                            before != nullptr ? before->time : std::numeric_limits<std::int64_t>::min(),
                            next != nullptr ? next->time : std::numeric_limits<std::int64_t>::max());
     }
-    events.push_back(eventOf(row, window));
+    events.push_back(eventOf(*row, window));
   }
   return events;
 }

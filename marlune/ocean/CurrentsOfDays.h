@@ -25,7 +25,8 @@ MARLUNE_API std::optional<SlackWindow> slackWindow(const CurrentPredictions& poi
                                                    std::int64_t latest);
 
 /// Samples each half hour from the first point on, none at the last: between two points half a wave of a
-/// cosine. No sample lies between points more than a day apart, where a whole day is missing.
+/// cosine, of points of equal time from the last of them on. No sample lies between points more than a day
+/// apart, where a whole day is missing.
 MARLUNE_API TimeSeries samplesOf(const CurrentPredictions& points);
 
 /// An event for each row of the list that lies in the period; slacks get their window from the points.

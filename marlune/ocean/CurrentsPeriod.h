@@ -42,15 +42,13 @@ struct CurrentsPeriod {
   }
 };
 
-/// Puts rows in the order of their instants, as `instantOf` tells them, each instant once: the first counts.
-/// Leaves alone as many as `before` says.
+/// Puts rows in the order of their instants, as `instantOf` tells them; those of equal instants stay in the
+/// order that they came in. Leaves alone as many at the front as `before` says.
 template <class Rows, class InstantOf>
 void putInTimeOrder(Rows& rows, InstantOf instantOf, std::size_t before = 0) {
   const auto begin = rows.begin() + static_cast<std::ptrdiff_t>(before);
   const auto earlier = [&](const auto& a, const auto& b) { return instantOf(a) < instantOf(b); };
   if (!std::is_sorted(begin, rows.end(), earlier)) std::stable_sort(begin, rows.end(), earlier);
-  const auto same = [&](const auto& a, const auto& b) { return instantOf(a) == instantOf(b); };
-  rows.erase(std::unique(begin, rows.end(), same), rows.end());
 }
 
 }  // namespace marlune

@@ -15,10 +15,13 @@ constexpr std::array<std::string_view, 6> columnNames = {
     "sea_surface_temperature", "swell_wave_height",      "swell_wave_direction",
     "swell_wave_period",       "ocean_current_velocity", "ocean_current_direction"};
 
-std::string keyOf(std::string_view locationId, std::string_view day) {
+/// The day stands last, so that the days of a place in a zone follow each other.
+std::string keyOf(std::string_view locationId, const TimeZone& zone, std::string_view day) {
   std::string key;
-  key.reserve(locationId.size() + 1 + day.size());
+  key.reserve(locationId.size() + zone.name().size() + day.size() + 2);
   key += locationId;
+  key += ',';
+  key += zone.name();
   key += ',';
   key += day;
   return key;
@@ -90,17 +93,17 @@ HourlyReading MarineDays::read(std::string_view json, const TimeZone& zone, Json
 
 std::shared_ptr<MarineDay> MarineDays::find(std::string_view locationId, std::string_view day,
                                             const TimeZone& zone) const {
-  const auto* known = days_.find(keyOf(locationId, day));
-  return known != nullptr && (*known)->forecast()->zone == zone ? *known : nullptr;
+  const auto* known = days_.find(keyOf(locationId, zone, day));
+  return known != nullptr ? *known : nullptr;
 }
 
 MarineDays::Days MarineDays::between(std::string_view locationId, std::string_view first,
                                      std::string_view last, const TimeZone& zone) const {
-  const std::string firstKey = keyOf(locationId, first);
+  const std::string firstKey = keyOf(locationId, zone, first);
   Days days;
   // Of the keys between those two others are longer: what comes behind the same location is no day.
-  days_.visitRange(firstKey, keyOf(locationId, last), [&](const std::string& key, const auto& day) {
-    if (key.size() == firstKey.size() && day->forecast()->zone == zone) days.push_back(day);
+  days_.visitRange(firstKey, keyOf(locationId, zone, last), [&](const std::string& key, const auto& day) {
+    if (key.size() == firstKey.size()) days.push_back(day);
   });
   return days;
 }
@@ -111,12 +114,12 @@ MarineDays::Days MarineDays::keep(const std::shared_ptr<const HourlyForecast>& f
   const std::size_t count = std::min(forecast->days.size(), maxOceanCacheItems);
   days.reserve(count);
   for (std::size_t i = 0; i < count; ++i) {
-    const std::string key = keyOf(locationId, forecast->days[i].name);
+    const std::string key = keyOf(locationId, forecast->zone, forecast->days[i].name);
     const auto* known = days_.find(key);
     // The first midnight of a forecast ends a day of which it knows nothing else: a fuller one stays.
     const bool isSame = known != nullptr && (*known)->forecast() == forecast;
-    const bool isFuller = known != nullptr && i == 0 && (*known)->forecast()->zone == forecast->zone &&
-                          (*known)->hourCount() > 1 && forecast->days[i].end - forecast->days[i].begin == 1;
+    const bool isFuller = known != nullptr && i == 0 && (*known)->hourCount() > 1 &&
+                          forecast->days[i].end - forecast->days[i].begin == 1;
     if (isSame || isFuller) {
       days.push_back(*known);
       continue;

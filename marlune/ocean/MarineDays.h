@@ -42,9 +42,9 @@ class MarineDay {
   std::shared_ptr<const OceanCurrentData> currents_;
 };
 
-/// The days of marine forecasts that are remembered, by location and day. One entry serves all three kinds of
-/// record: an answer brings them together, so that maps of each kind would always have the same keys.
-/// Used by one thread at a time, as its days are.
+/// The days of marine forecasts that are remembered, by location, zone and day. One entry serves all three
+/// kinds of record: an answer brings them together, so that maps of each kind would always have the same
+/// keys. Used by one thread at a time, as its days are.
 ///
 ///     const auto reading = MarineDays::read(json, zone, readers);
 ///     if (reading.forecast) days.keep(reading.forecast, "abc", 36.6, -121.9);
@@ -56,7 +56,7 @@ class MarineDays {
   /// Decodes an answer of the marine forecast.
   static HourlyReading read(std::string_view json, const TimeZone& zone, JsonReaders& readers);
 
-  /// Null when it is not known, or only as the day of another zone.
+  /// Null when it is not known.
   std::shared_ptr<MarineDay> find(std::string_view locationId, std::string_view day,
                                   const TimeZone& zone) const;
   /// The known days from one to another, both included, in their order.

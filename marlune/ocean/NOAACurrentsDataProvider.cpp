@@ -40,12 +40,17 @@ struct DayRange {
   std::int64_t last = 0;
 
   bool holds(std::int64_t instant) const { return instant >= first && instant < last + CurrentsPeriod::day; }
+  bool operator==(const DayRange&) const = default;
 };
 
 DayRange monthOf(std::int64_t instant) {
   const CivilTime civil = TimeZone().civil(instant);
   const std::int64_t first = TimeZone().instant({civil.year, civil.month, 1});
   return {first, first + (daysInMonth(civil.month, civil.year) - 1) * CurrentsPeriod::day};
+}
+
+bool isMonth(const DayRange& days) {
+  return days == monthOf(days.first);
 }
 
 std::vector<DayRange> monthsOf(const DayRange& days) {
@@ -103,11 +108,8 @@ class Processed {
 struct NOAACurrentsDataProvider::State : OceanSource {
   using ProcessedPointer = std::shared_ptr<Processed>;
 
-  /// Empty pointers when it failed. Rows without a body where there was nothing to ask for.
-  struct Download {
-    std::shared_ptr<const CurrentPredictions> rows;
-    Data body;
-  };
+  /// Empty when it failed; no rows where there was nothing to ask for.
+  using Download = std::shared_ptr<const CurrentPredictions>;
 
   /// What the files tell of some days, and what they lack.
   struct Stored {
@@ -125,7 +127,8 @@ struct NOAACurrentsDataProvider::State : OceanSource {
         requests(std::make_shared<JoinedRequests<ProcessedPointer>>(queue)),
         downloads(std::make_shared<JoinedRequests<Download>>(queue)) {}
 
-  static Task<bool> hasStation(std::shared_ptr<State> state, double lat, double lng, std::string locationId);
+  static Task<Station> nearestStation(std::shared_ptr<State> state, double lat, double lng,
+                                      std::string locationId);
   static Task<Answer> currents(std::shared_ptr<State> state, double lat, double lng, Date from, Date to,
                                std::string locationId);
   /// What to answer questions about some days with. Remembered under the key when nothing failed.
@@ -190,10 +193,10 @@ void addLacking(CurrentPredictions& rows, const std::shared_ptr<const CurrentPre
 
 }  // namespace
 
-Task<bool> NOAACurrentsDataProvider::State::hasStation(std::shared_ptr<State> state, double lat, double lng,
-                                                       std::string locationId) {
+Task<Station> NOAACurrentsDataProvider::State::nearestStation(std::shared_ptr<State> state, double lat,
+                                                              double lng, std::string locationId) {
   co_await resumeOn(state->queue);
-  co_return ocean::isPlace(lat, lng) && state->stations.find(locationId, lat, lng) != nullptr;
+  co_return ocean::isPlace(lat, lng) ? state->stations.find(locationId, lat, lng) : nullptr;
 }
 
 Task<Answer> NOAACurrentsDataProvider::State::currents(std::shared_ptr<State> state, double lat, double lng,
@@ -224,14 +227,16 @@ Task<Answer> NOAACurrentsDataProvider::State::currents(std::shared_ptr<State> st
 Task<NOAACurrentsDataProvider::State::ProcessedPointer> NOAACurrentsDataProvider::State::load(
     std::shared_ptr<State> state, Station station, DayRange days, std::string key) {
   Stored stored = state->stored(*station, days);
+  const auto listRange = rangeOf(stored.lackingMonths, days);
   auto both = bothOf(download(state, station, rangeOf(stored.lackingDays), Product::series),
-                     download(state, station, rangeOf(stored.lackingMonths, days), Product::maxSlack));
+                     download(state, station, listRange, Product::maxSlack));
   const auto [series, maxSlack] = co_await std::move(both);
-  addLacking(stored.points, series.rows,
+  addLacking(stored.points, series,
              [&](std::int64_t time) { return stored.lackingDays.contains(CurrentsPeriod::dayOf(time)); });
-  addLacking(stored.maxSlack, maxSlack.rows,
+  addLacking(stored.maxSlack, maxSlack,
              [&](std::int64_t time) { return stored.lackingMonths.contains(monthOf(time).first); });
-  const bool isWhole = series.rows && maxSlack.rows;
+  const bool isWhole = series && maxSlack;
+  if (listRange && isMonth(*listRange)) stored.lackingMonths.clear();  // asking again would not help
   const auto processed = std::make_shared<Processed>(CurrentsOfDays(
       std::move(stored.points), stored.maxSlack, {days.first, days.last + CurrentsPeriod::day - 1}));
   if (isWhole) fetchMonths(state, station, days, stored.lackingMonths);
@@ -281,7 +286,7 @@ void NOAACurrentsDataProvider::State::storeDays(const CurrentStation& station,
 
 Task<NOAACurrentsDataProvider::State::Download> NOAACurrentsDataProvider::State::download(
     std::shared_ptr<State> state, Station station, std::optional<DayRange> days, Product product) {
-  if (!days) co_return Download{std::make_shared<const CurrentPredictions>(), nullptr};
+  if (!days) co_return std::make_shared<const CurrentPredictions>();
   const std::string url = urlOf(state->baseURL, *station, *days, product);
   auto asked = askTogether<Download>(state->downloads, url, [state, station, range = *days, product, url] {
     return fetch(state, station, range, product, url);
@@ -300,12 +305,17 @@ Task<NOAACurrentsDataProvider::State::Download> NOAACurrentsDataProvider::State:
   }
   if (!error.empty()) {
     state->host.log->line("Error fetching NOAA currents: " + error);
-    co_return Download();
+    co_return nullptr;
   }
   // Of a day beyond those asked for there may be a part only.
   std::erase_if(reading.rows, [&](const CurrentPrediction& row) { return !days.holds(row.time); });
-  if (product == Product::series) state->storeDays(*station, reading.rows);
-  co_return Download{std::make_shared<const CurrentPredictions>(std::move(reading.rows)), answer.body};
+  if (product == Product::series) {
+    state->storeDays(*station, reading.rows);
+  } else if (isMonth(days) && !reading.rows.empty()) {
+    // Only so, whoever asked, that a list on the disk is always that of a whole month.
+    state->files.write(slackFileName(*station, days), *answer.body);
+  }
+  co_return std::make_shared<const CurrentPredictions>(std::move(reading.rows));
 }
 
 void NOAACurrentsDataProvider::State::fetchMonths(const std::shared_ptr<State>& state, const Station& station,
@@ -337,11 +347,7 @@ Task<void> NOAACurrentsDataProvider::State::fetchMonth(std::shared_ptr<State> st
   auto both = bothOf(download(state, station, range(lacksDays), Product::series),
                      download(state, station, range(lacksList), Product::maxSlack));
   const auto [series, maxSlack] = co_await std::move(both);
-  // Written here alone, so that a list on the disk is always that of a whole month.
-  if (maxSlack.rows && !maxSlack.rows->empty()) {
-    state->files.write(slackFileName(*station, month), *maxSlack.body);
-  }
-  if (series.rows && maxSlack.rows) state->fetchedMonths.store(key, true);
+  if (series && maxSlack) state->fetchedMonths.store(key, true);
   state->monthFetchInProgress.erase(key);
 }
 
@@ -364,8 +370,8 @@ Task<Answer> NOAACurrentsDataProvider::getOceanCurrentData(double lat, double ln
   return inOwnChain(State::currents(state_, lat, lng, from, to, std::move(locationId)));
 }
 
-Task<bool> NOAACurrentsDataProvider::hasStation(double lat, double lng, std::string locationId) {
-  return inOwnChain(State::hasStation(state_, lat, lng, std::move(locationId)));
+Task<Station> NOAACurrentsDataProvider::nearestStation(double lat, double lng, std::string locationId) {
+  return inOwnChain(State::nearestStation(state_, lat, lng, std::move(locationId)));
 }
 
 }  // namespace marlune

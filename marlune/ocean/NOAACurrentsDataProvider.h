@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "marlune/ocean/CurrentStation.h"
 #include "marlune/ocean/OceanCurrentDataProvider.h"
 #include "marlune/platform/Export.h"
 #include "marlune/platform/Host.h"
@@ -15,12 +16,13 @@ namespace marlune {
 /// as files in the shared container. Who asks waits for the days that are not there yet, in UTC; the rest of
 /// their month is fetched behind the caller's back. Periods of more than 366 days are answered with nothing.
 ///
-/// Safe from any thread. May be destroyed at any moment: requests are given up, and every task of a caller
-/// has gone on, with nothing, when the destructor returns.
+/// Safe from any thread; tasks go on on the provider's thread, which they must not block. May be destroyed
+/// with questions open once no call of its operations is under way, also in a task of its own that goes on:
+/// requests are given up, and every other task that waits has gone on, with nothing, when the destructor
+/// returns, on the destructor's thread or on the provider's.
 ///
 ///     NOAACurrentsDataProvider currents(host);
-///     const auto today = co_await currents.getDailyOceanCurrentData(37.8, -122.5, date, zone, "golden
-///     gate");
+///     const auto today = co_await currents.getDailyOceanCurrentData(37.8, -122.5, startOfDay, zone, "gate");
 class MARLUNE_API NOAACurrentsDataProvider final : public OceanCurrentDataProvider {
  public:
   explicit NOAACurrentsDataProvider(const Host& host);
@@ -28,14 +30,18 @@ class MARLUNE_API NOAACurrentsDataProvider final : public OceanCurrentDataProvid
   NOAACurrentsDataProvider(const NOAACurrentsDataProvider&) = delete;
   NOAACurrentsDataProvider& operator=(const NOAACurrentsDataProvider&) = delete;
 
-  /// From six hours before `date` to a day after it, whatever the zone.
+  /// From six hours before `date` to a day after it, whatever the zone. So `date` is where the day begins:
+  /// pass its first instant in the place's zone, and a slack that began before midnight is there too.
   Task<Answer> getDailyOceanCurrentData(double lat, double lng, Date date, TimeZone timezone,
                                         std::string locationId) override;
   Task<Answer> getOceanCurrentData(double lat, double lng, Date from, Date to, TimeZone timezone,
                                    std::string locationId) override;
 
-  /// Is there a station within 50 km? The answer stays with the `locationId`; see NearestStationMemo.
-  Task<bool> hasStation(double lat, double lng, std::string locationId);
+  /// The station whose currents are the place's: the nearest within 50 km of a straight line, of equally near
+  /// ones the first of the list. The answer, also that there is none, stays with the `locationId`, whatever
+  /// coordinates come with it later; see NearestStationMemo. Empty also where the list cannot be read, which
+  /// is logged once, and for what is no place; neither is remembered.
+  Task<std::shared_ptr<const CurrentStation>> nearestStation(double lat, double lng, std::string locationId);
 
  private:
   struct State;

@@ -15,8 +15,7 @@ namespace marlune {
 /// A record carries the station's place. Days are remembered, and kept on the disk: one that is over for
 /// good, today's for half an hour.
 ///
-/// Threads and failures as for the interface. May be destroyed at any moment: requests under way are then
-/// answered with nothing.
+/// Threads and failures as for the interface, the end as for NOAACurrentsDataProvider.
 ///
 ///     NOAATemperatureDataProvider water(host, cache, "water_temperature", "water_temp_stations_usa");
 ///     const auto day = co_await water.getDailyTemperatureData(37.8, -122.4, date, zone, "id");

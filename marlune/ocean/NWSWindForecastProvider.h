@@ -18,8 +18,8 @@ namespace marlune {
 /// good; a day's wind is kept there for an hour, and in memory for as long as this object lives. Two location
 /// ids with the same letters and digits share a file; one without any has none.
 ///
-/// Arguments, failures and threads as for WaterTemperatureDataProvider. May be destroyed at any moment:
-/// requests under way are then answered with nothing.
+/// Arguments, failures and threads as for WaterTemperatureDataProvider, the end as for
+/// NOAACurrentsDataProvider.
 ///
 ///     const auto day = co_await wind.getDailyWindData(37.8, -122.4, date, zone, "id");
 class MARLUNE_API NWSWindForecastProvider final {

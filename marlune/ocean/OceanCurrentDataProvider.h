@@ -18,7 +18,8 @@ class MARLUNE_API OceanCurrentDataProvider {
 
   virtual ~OceanCurrentDataProvider() = default;
 
-  /// The currents of a day; which hours that covers is the source's to say.
+  /// The currents of a day; which hours that covers, and whether `date` is its first instant or any, is the
+  /// source's to say.
   virtual Task<Answer> getDailyOceanCurrentData(double lat, double lng, Date date, TimeZone timezone,
                                                 std::string locationId) = 0;
   /// The currents from one instant to another, both included.

@@ -149,11 +149,17 @@ Task<Answer<OceanCurrentData>> OceanDataServiceProvider::State::currents(std::sh
 
 Task<bool> OceanDataServiceProvider::State::coverage(std::shared_ptr<State> state, double lat, double lng,
                                                      std::string locationId) {
-  if (state->region == Region::other) co_return false;
-  co_return co_await orNothing(state->taskOf<bool>([&](Sources& open) {
-    return state->region == Region::usa ? open.noaaCurrents.hasStation(lat, lng, locationId)
-                                        : open.ukhoCurrents.hasStation(lat, lng, locationId);
-  }));
+  if (state->region == Region::usa) {
+    using Station = std::shared_ptr<const CurrentStation>;
+    co_return (co_await orNothing(state->taskOf<Station>(
+        [&](Sources& open) { return open.noaaCurrents.nearestStation(lat, lng, locationId); }))) != nullptr;
+  }
+  if (state->region == Region::worldwide) {
+    using Station = std::shared_ptr<const UKHOStreamStation>;
+    co_return (co_await orNothing(state->taskOf<Station>(
+        [&](Sources& open) { return open.ukhoCurrents.nearestStation(locationId, lat, lng); }))) != nullptr;
+  }
+  co_return false;
 }
 
 OceanDataServiceProvider::OceanDataServiceProvider(const Host& host,
@@ -165,8 +171,34 @@ OceanDataServiceProvider::~OceanDataServiceProvider() {
   state_->close();
 }
 
-OpenMeteoDataProvider& OceanDataServiceProvider::marineForecast() const {
+// --- Sources ---
+
+OpenMeteoDataProvider& OceanDataServiceProvider::service() const {
   return state_->sources->service;
+}
+
+NOAACurrentsDataProvider& OceanDataServiceProvider::noaaCurrents() const {
+  return state_->sources->noaaCurrents;
+}
+
+UKHOCurrentsDataProvider& OceanDataServiceProvider::ukhoCurrents() const {
+  return state_->sources->ukhoCurrents;
+}
+
+NOAATemperatureDataProvider& OceanDataServiceProvider::noaaWaterTemp() const {
+  return state_->sources->noaaWaterTemp;
+}
+
+NOAATemperatureDataProvider& OceanDataServiceProvider::noaaAirTemp() const {
+  return state_->sources->noaaAirTemp;
+}
+
+NOAAWindDataProvider& OceanDataServiceProvider::noaaWind() const {
+  return state_->sources->noaaWind;
+}
+
+NWSWindForecastProvider& OceanDataServiceProvider::nwsWind() const {
+  return state_->sources->nwsWind;
 }
 
 // --- Temperature ---

@@ -40,16 +40,16 @@ namespace marlune {
 /// caches. What cannot be had is an empty pointer; why is in the log. Records are shared: nobody changes
 /// them.
 ///
-/// Every operation is a task, and has a form with a completion, which is called exactly once, on a background
-/// thread of the service's; there the tasks go on, too, four at a time, so that one which is slow delays no
-/// other, and four delay the fifth. None comes inside the call that asks, save what is asked while or after
-/// the service ends: that is answered there, with nothing. Calls are safe from any thread. Questions to
-/// different sources run side by side; equal ones share a request.
+/// Every operation is a task, and has a form with a completion, which is called exactly once. Completions run,
+/// and awaiting tasks resume, on background threads of the service's, up to four at a time and in no fixed
+/// order: one that is slow delays no other, and four delay the fifth. None comes inside the call that asks,
+/// except for a question asked while or after the service ends, which is answered there, with nothing. Calls
+/// are safe from any thread. Questions to different sources run side by side; equal ones share a request.
 ///
 /// A service made with the constructor may be destroyed while questions are open, also by a completion, but
-/// not while another thread calls it. Each is then answered with nothing before the destructor returns, save
-/// a completion that destroys the service, which ends after that, and a question to a wind provider that
-/// others hold too, which is answered when that provider is done.
+/// not while another thread calls it. Each question is then answered with nothing before the destructor
+/// returns, except a completion that destroys the service, which ends after that, and a question to a wind
+/// provider that others hold too, which is answered when that provider is done.
 ///
 ///     auto swell = co_await OceanDataServiceProvider::shared().getDailySwellData(
 ///         36.95, -122.02, now, zone, "398997177");  // in a Task
@@ -101,7 +101,8 @@ class MARLUNE_API OceanDataServiceProvider final {
 
   // --- Currents, knots ---
 
-  /// From six hours before `date` to a day after it, so that a slack that began before midnight is there.
+  /// From six hours before `date` to a day after it, whatever the zone. So `date` is where the day begins:
+  /// pass its first instant in the place's zone, and a slack that began before midnight is there too.
   Task<Answer<OceanCurrentData>> getDailyOceanCurrentData(double lat, double lng, Date date,
                                                           TimeZone timezone, std::string locationId);
   void getDailyOceanCurrentDataFor(double lat, double lng, Date date, TimeZone timezone,
@@ -133,8 +134,16 @@ class MARLUNE_API OceanDataServiceProvider final {
   void getDailyForecastWindDataFor(double lat, double lng, Date date, TimeZone timezone,
                                    std::string locationId, Completion<WindData> completionHandler);
 
-  /// The marine forecast's own operations, currents among them, which the questions above never use.
-  OpenMeteoDataProvider& marineForecast() const;
+  // --- The sources behind the questions, each with operations of its own ---
+
+  // They are made with the service, whatever the region, and end with it.
+  OpenMeteoDataProvider& service() const;  ///< marine forecast; its currents answer no question above
+  NOAACurrentsDataProvider& noaaCurrents() const;
+  UKHOCurrentsDataProvider& ukhoCurrents() const;
+  NOAATemperatureDataProvider& noaaWaterTemp() const;
+  NOAATemperatureDataProvider& noaaAirTemp() const;
+  NOAAWindDataProvider& noaaWind() const;
+  NWSWindForecastProvider& nwsWind() const;
 
  private:
   struct State;

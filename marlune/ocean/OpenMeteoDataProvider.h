@@ -19,8 +19,8 @@ namespace marlune {
 ///
 /// Operations may be called from any thread; tasks go on on the provider's thread, which they must not block.
 /// What fails is logged and answers an empty pointer, as does a day that the forecast does not reach; neither
-/// is remembered. Questions that need the same forecast at the same time share a request. The provider may be
-/// destroyed at any moment: requests are cancelled, and their tasks end with an empty pointer.
+/// is remembered. Questions that need the same forecast at the same time share a request. The provider's end
+/// is as for NOAACurrentsDataProvider.
 ///
 ///     OpenMeteoDataProvider provider(host);
 ///     const auto swell = co_await provider.getDailySwellData(36.6, -121.9, now, zone, "abc");  // in a Task

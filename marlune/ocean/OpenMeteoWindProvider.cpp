@@ -26,16 +26,6 @@ struct OpenMeteoWindProvider::State : OceanSource {
                                    "https://forecast.marlune.example")),
         requests(std::make_shared<JoinedRequests<Days>>(queue)) {}
 
-  struct Kept {
-    TimeZone zone;
-    Answer wind;
-  };
-
-  Answer find(const std::string& key, const TimeZone& zone) const {
-    const Kept* const known = cache.find(key);
-    return known != nullptr && known->zone == zone ? known->wind : nullptr;
-  }
-
   std::string addressOf(double lat, double lng, const TimeZone& zone) const {
     return fmt::format(
         FMT_COMPILE("{}/v1/forecast?latitude={:f}&longitude={:f}&hourly=wind_speed_10m,wind_direction_10m,"
@@ -53,7 +43,7 @@ struct OpenMeteoWindProvider::State : OceanSource {
 
   const std::string baseURL;
   const std::shared_ptr<JoinedRequests<Days>> requests;  // by address
-  BoundedCache<Kept> cache{maxOceanCacheItems};          // by location and day
+  BoundedCache<Answer> cache{maxOceanCacheItems};        // by location, zone and day
 };
 
 Task<Days> OpenMeteoWindProvider::State::fetch(std::shared_ptr<State> state, std::string address,
@@ -75,16 +65,16 @@ Task<Answer> OpenMeteoWindProvider::State::daily(std::shared_ptr<State> state, d
   if (!ocean::isPlace(lat, lng)) co_return nullptr;
   const auto asked = ocean_times::dayOf(date, zone);
   if (!asked) co_return nullptr;
-  const std::string place = locationId + ",";
-  if (auto known = state->find(place + asked->name, zone)) co_return known;
+  const std::string place = locationId + "," + zone.name() + ",";
+  if (const auto* known = state->cache.find(place + asked->name)) co_return *known;
   const Days days = co_await daysFor(state, state->addressOf(lat, lng, zone), zone);
   if (!days) co_return nullptr;
   // Another question that waited for the same forecast may have been first.
-  if (auto known = state->find(place + asked->name, zone)) co_return known;
+  if (const auto* known = state->cache.find(place + asked->name)) co_return *known;
   Answer answer;
   for (const wind_days::Day& day : *days) {
     auto wind = std::make_shared<const WindData>(lat, lng, day.samples, "mph");
-    state->cache.store(place + day.name, {zone, wind});
+    state->cache.store(place + day.name, wind);
     if (day.name == asked->name) answer = std::move(wind);
   }
   co_return answer;

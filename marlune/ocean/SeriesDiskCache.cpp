@@ -152,8 +152,9 @@ SeriesDiskCache::~SeriesDiskCache() {
 }
 
 std::optional<TimeSeries> SeriesDiskCache::load(std::string_view name, std::optional<double> maxAge) const {
-  std::call_once(sweepStarted_, [this] { startSweep(); });
-  const auto path = pathOf(host_.folders->container(kGroupContainerName), name);
+  const auto folder = host_.folders->container(kGroupContainerName);
+  if (folder && !sweepStarted_.load(std::memory_order_relaxed)) startSweep(*folder);
+  const auto path = pathOf(folder, name);
   if (!path) return std::nullopt;
   const auto reader = readers_.take();
   std::array<char, 8192> room;  // a day's series fits
@@ -180,11 +181,10 @@ void SeriesDiskCache::save(const TimeSeries& samples, std::string_view name) con
   }
 }
 
-void SeriesDiskCache::startSweep() const {
-  const auto folder = host_.folders->container(kGroupContainerName);
-  if (!folder) return;
+void SeriesDiskCache::startSweep(const std::string& folder) const {
+  if (!host_.files->exists(folder) || sweepStarted_.exchange(true)) return;
   sweeping_ = std::make_unique<OwnedQueue>(host_.executors->makeQueue("series-sweep", 1));
-  sweeping_->post([host = host_, place = *folder] { sweep(host, place); });
+  sweeping_->post([host = host_, folder] { sweep(host, folder); });
 }
 
 }  // namespace marlune

@@ -1,8 +1,9 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
-#include <mutex>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "marlune/ocean/TimeSeriesData.h"
@@ -31,20 +32,21 @@ class MARLUNE_API SeriesDiskCache final {
   SeriesDiskCache& operator=(const SeriesDiskCache&) = delete;
 
   /// The series in a file that is at most `maxAge` seconds old, by its modification time and the wall clock;
-  /// of any age without one. Nothing for a file that is missing, older or no series. The first call also
-  /// starts the sweep, in the background.
+  /// of any age without one. Nothing for a file that is missing, older or no series. The first call that
+  /// finds the container there also starts the sweep, in the background.
   std::optional<TimeSeries> load(std::string_view name, std::optional<double> maxAge) const;
 
   /// Writes the series, over a file of that name. What fails is logged.
   void save(const TimeSeries& samples, std::string_view name) const;
 
  private:
-  void startSweep() const;
+  /// Once, and only where there is something to sweep.
+  void startSweep(const std::string& folder) const;
 
   const Host host_;
   mutable JsonReaders readers_;
-  mutable std::once_flag sweepStarted_;
-  mutable std::unique_ptr<OwnedQueue> sweeping_;
+  mutable std::atomic<bool> sweepStarted_ = false;
+  mutable std::unique_ptr<OwnedQueue> sweeping_;  // set by who starts the sweep
 };
 
 }  // namespace marlune

@@ -59,8 +59,8 @@ class MARLUNE_API TimeSeriesData final {
 /// Samples in time order.
 using TimeSeries = std::vector<std::shared_ptr<const TimeSeriesData>>;
 
-/// A number as an attribute holds it: the shortest decimal that reads back, always with a fraction ("270.0",
-/// "12.5"); a zero has no sign.
+/// A number as an attribute holds it: the shortest decimal that reads back, always with a fraction and never
+/// with an exponent ("270.0", "12.5", "0.00001"); a zero has no sign. Requires a finite number.
 MARLUNE_API std::string numberAttribute(double value);
 
 }  // namespace marlune

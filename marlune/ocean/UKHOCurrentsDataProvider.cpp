@@ -25,13 +25,16 @@ namespace {
 using Answer = UKHOCurrentsDataProvider::Answer;
 using Station = std::shared_ptr<const UKHOStreamStation>;
 using stream_rates::Entries;
+using Rates = std::optional<Entries>;
 
 constexpr std::string_view defaultHost = "https://admiralty.marlune.example";
 constexpr std::string_view streamsPath = "/uktidalapi-premium/api/V2/Streams";
 constexpr std::string_view stationFile = "stream_stations_uk.json";
 constexpr std::chrono::seconds timeOut{60};
 constexpr std::int64_t hour = 3600;
-constexpr std::int64_t interval = 1800;  // seconds between rates
+constexpr std::int64_t interval = 1800;             // seconds between rates
+constexpr std::int64_t longestStep = 2 * interval;  // one rate may be missing
+constexpr std::int64_t mostHours = 366 * 24 + 2;    // of the longest period
 
 UKHOStreamStation::List loadStations(const Host& host) {
   const auto bytes = host.resources->read(stationFile);
@@ -72,13 +75,33 @@ struct Request {
   }
 };
 
-/// Do the entries of a day, in order, reach over what a period has of it, or may some be missing at an end? A
-/// file may hold the end or the beginning of a day only.
+/// Do the entries of a day, in order, reach over what a period has of it, or are some missing at an end or
+/// between two answers that lie apart? A file may hold parts of a day only.
 bool reachOver(const Entries& entries, std::int64_t day, const CurrentsPeriod& period) {
   if (entries.empty()) return false;
   const std::int64_t begin = std::max(period.from, day);
   const std::int64_t end = std::min(period.to, day + CurrentsPeriod::day - 1);
-  return entries.front().instant() < begin + interval && entries.back().instant() > end - interval;
+  const auto isGap = [&](const StreamRateEntry& a, const StreamRateEntry& b) {
+    const std::int64_t last = a.instant().value_or(0);
+    const std::int64_t next = b.instant().value_or(0);
+    return last < end && next > begin && next - last > longestStep;
+  };
+  return entries.front().instant() < begin + interval && entries.back().instant() > end - interval &&
+         std::adjacent_find(entries.begin(), entries.end(), isGap) == entries.end();
+}
+
+/// Entries of a day, in order, with an answer's. Of an instant that both have only the answer's count.
+Entries merged(Entries stored, const Entries& newer) {
+  const auto instantOf = [](const StreamRateEntry& entry) { return entry.instant().value_or(0); };
+  const auto earlier = [&](const StreamRateEntry& a, const StreamRateEntry& b) {
+    return instantOf(a) < instantOf(b);
+  };
+  std::erase_if(stored, [&](const StreamRateEntry& entry) {
+    return std::binary_search(newer.begin(), newer.end(), entry, earlier);
+  });
+  stored.insert(stored.end(), newer.begin(), newer.end());
+  putInTimeOrder(stored, instantOf);
+  return stored;
 }
 
 }  // namespace
@@ -90,9 +113,11 @@ struct UKHOCurrentsDataProvider::State : OceanSource {
                     .append(streamsPath)),
         files(host),
         stations([asked = host] { return loadStations(asked); }),
-        requests(std::make_shared<JoinedRequests<Answer>>(queue)) {}
+        requests(std::make_shared<JoinedRequests<Answer>>(queue)),
+        downloads(std::make_shared<JoinedRequests<Rates>>(queue)) {}
 
-  static Task<bool> hasStation(std::shared_ptr<State> state, double lat, double lng, std::string locationId);
+  static Task<Station> nearestStation(std::shared_ptr<State> state, std::string key, double lat, double lng);
+  static Task<Rates> fetch(std::shared_ptr<State> state, Station station, Date start, std::int64_t hours);
   static Task<Answer> currents(std::shared_ptr<State> state, double lat, double lng, Date from, Date to,
                                std::string locationId);
   static Task<Answer> day(std::shared_ptr<State> state, double lat, double lng, Date date, TimeZone timezone,
@@ -100,23 +125,36 @@ struct UKHOCurrentsDataProvider::State : OceanSource {
   /// The record of a period, with the station's own place.
   static Task<Answer> load(std::shared_ptr<State> state, Station station, CurrentsPeriod period,
                            Request asked);
-  static Task<std::optional<Entries>> fetch(std::shared_ptr<State> state, Station station, Request asked);
+  static Task<Rates> ask(std::shared_ptr<State> state, Station station, Request asked);
+  static Task<Rates> download(std::shared_ptr<State> state, Station station, std::string url);
 
   Entries storedDay(const UKHOStreamStation& station, std::int64_t day);
-  std::optional<Entries> stored(const UKHOStreamStation& station, const CurrentsPeriod& period);
-  void store(const UKHOStreamStation& station, const Entries& entries);
+  Rates stored(const UKHOStreamStation& station, const CurrentsPeriod& period);
+  /// Merges an answer into the files of the days that were asked for; what is known of them then.
+  Entries store(const UKHOStreamStation& station, const CurrentsPeriod& days, Entries answer);
 
   const std::string baseURL;
   const GroupFiles files;
   NearestStationMemo<UKHOStreamStation> stations;
   BoundedCache<Answer> processedCacheByKey{maxOceanCacheItems};
-  const std::shared_ptr<JoinedRequests<Answer>> requests;
+  const std::shared_ptr<JoinedRequests<Answer>> requests;  // by station and period
+  const std::shared_ptr<JoinedRequests<Rates>> downloads;  // by address
 };
 
-Task<bool> UKHOCurrentsDataProvider::State::hasStation(std::shared_ptr<State> state, double lat, double lng,
-                                                       std::string locationId) {
+Task<Station> UKHOCurrentsDataProvider::State::nearestStation(std::shared_ptr<State> state, std::string key,
+                                                              double lat, double lng) {
   co_await resumeOn(state->queue);
-  co_return ocean::isPlace(lat, lng) && state->stations.find(locationId, lat, lng) != nullptr;
+  co_return ocean::isPlace(lat, lng) ? state->stations.find(key, lat, lng) : nullptr;
+}
+
+Task<Rates> UKHOCurrentsDataProvider::State::fetch(std::shared_ptr<State> state, Station station, Date start,
+                                                   std::int64_t hours) {
+  co_await resumeOn(state->queue);
+  const bool isQuestion =
+      station && ocean_times::dayOf(start, TimeZone()) && hours >= 1 && hours <= mostHours;
+  if (!isQuestion) co_return std::nullopt;
+  const Request asked{static_cast<std::int64_t>(std::floor(secondsOf(start))), hours};
+  co_return co_await ask(state, station, asked);
 }
 
 Task<Answer> UKHOCurrentsDataProvider::State::day(std::shared_ptr<State> state, double lat, double lng,
@@ -159,23 +197,30 @@ Task<Answer> UKHOCurrentsDataProvider::State::load(std::shared_ptr<State> state,
                                                    CurrentsPeriod period, Request asked) {
   auto entries = state->stored(*station, period);
   if (!entries) {
-    entries = co_await fetch(state, station, asked);
-    if (!entries) co_return nullptr;
-    entries = entriesWithin(asked.days(period), std::move(*entries));
-    state->store(*station, *entries);
+    auto answer = co_await ask(state, station, asked);
+    if (!answer) co_return nullptr;
+    entries = state->store(*station, asked.days(period), std::move(*answer));
   }
   co_return stream_rates::currentsOf(entriesWithin(period, std::move(*entries)), station->lat, station->lng);
 }
 
-Task<std::optional<Entries>> UKHOCurrentsDataProvider::State::fetch(std::shared_ptr<State> state,
-                                                                    Station station, Request asked) {
+Task<Rates> UKHOCurrentsDataProvider::State::ask(std::shared_ptr<State> state, Station station,
+                                                 Request asked) {
   const CivilTime civil = TimeZone().civil(asked.start);
-  HttpRequest request;
-  request.url = fmt::format(
+  const std::string url = fmt::format(
       FMT_COMPILE(
           "{}/{}/TidalStreamRates?dateTime={:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z&duration={}&interval=30"),
       state->baseURL, station->id, civil.year, civil.month, civil.day, civil.hour, civil.minute, civil.second,
       asked.hours);
+  auto asking = askTogether<Rates>(state->downloads, url,
+                                   [state, station, url] { return download(state, station, url); });
+  co_return co_await std::move(asking);
+}
+
+Task<Rates> UKHOCurrentsDataProvider::State::download(std::shared_ptr<State> state, Station station,
+                                                      std::string url) {
+  HttpRequest request;
+  request.url = std::move(url);
   request.headers = {{"Ocp-Apim-Subscription-Key", state->host.settings.admiraltySubscriptionKey}};
   request.silenceLimit = request.totalLimit = timeOut;
   HttpAnswer answer;
@@ -204,8 +249,8 @@ Entries UKHOCurrentsDataProvider::State::storedDay(const UKHOStreamStation& stat
   return entriesWithin({day, day + CurrentsPeriod::day - 1}, stream_rates::read(*bytes, readers).entries);
 }
 
-std::optional<Entries> UKHOCurrentsDataProvider::State::stored(const UKHOStreamStation& station,
-                                                               const CurrentsPeriod& period) {
+Rates UKHOCurrentsDataProvider::State::stored(const UKHOStreamStation& station,
+                                              const CurrentsPeriod& period) {
   Entries all;
   for (std::int64_t day = period.firstDay(); day <= period.lastDay(); day += CurrentsPeriod::day) {
     Entries entries = storedDay(station, day);
@@ -215,19 +260,22 @@ std::optional<Entries> UKHOCurrentsDataProvider::State::stored(const UKHOStreamS
   return all;
 }
 
-void UKHOCurrentsDataProvider::State::store(const UKHOStreamStation& station, const Entries& entries) {
-  for (auto begin = entries.begin(); begin != entries.end();) {
-    const std::int64_t day = CurrentsPeriod::dayOf(begin->instant().value_or(0));
-    const auto next = std::find_if(begin, entries.end(), [day](const StreamRateEntry& entry) {
+Entries UKHOCurrentsDataProvider::State::store(const UKHOStreamStation& station, const CurrentsPeriod& days,
+                                               Entries answer) {
+  answer = entriesWithin(days, std::move(answer));
+  Entries all;
+  auto begin = answer.begin();
+  for (std::int64_t day = days.firstDay(); day <= days.lastDay(); day += CurrentsPeriod::day) {
+    const auto next = std::find_if(begin, answer.end(), [day](const StreamRateEntry& entry) {
       return CurrentsPeriod::dayOf(entry.instant().value_or(0)) != day;
     });
-    const Entries own(begin, next);
-    // A day at the end of an answer is there in part only; it must not displace a whole one.
-    if (own.size() >= storedDay(station, day).size()) {
-      files.write(dayFileName(station, day), stream_rates::fileOf(own));
-    }
+    // A day at the end of an answer is there in part only; the rest of it may be known.
+    const Entries known = merged(storedDay(station, day), Entries(begin, next));
+    if (begin != next) files.write(dayFileName(station, day), stream_rates::fileOf(known));
+    all.insert(all.end(), known.begin(), known.end());
     begin = next;
   }
+  return all;
 }
 
 UKHOCurrentsDataProvider::UKHOCurrentsDataProvider(const Host& host)
@@ -247,8 +295,16 @@ Task<Answer> UKHOCurrentsDataProvider::getOceanCurrentData(double lat, double ln
   return inOwnChain(State::currents(state_, lat, lng, from, to, std::move(locationId)));
 }
 
-Task<bool> UKHOCurrentsDataProvider::hasStation(double lat, double lng, std::string locationId) {
-  return inOwnChain(State::hasStation(state_, lat, lng, std::move(locationId)));
+Task<Station> UKHOCurrentsDataProvider::nearestStation(std::string key, double lat, double lng) {
+  return inOwnChain(State::nearestStation(state_, std::move(key), lat, lng));
+}
+
+Task<Rates> UKHOCurrentsDataProvider::fetch(Station station, Date start, std::int64_t hours) {
+  return inOwnChain(State::fetch(state_, std::move(station), start, hours));
+}
+
+Answer UKHOCurrentsDataProvider::process(const Entries& entries, double lat, double lng) {
+  return stream_rates::currentsOf(entries, lat, lng);
 }
 
 }  // namespace marlune

@@ -1,9 +1,13 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "marlune/ocean/OceanCurrentDataProvider.h"
+#include "marlune/ocean/StreamRates.h"
+#include "marlune/ocean/UKHOStreamStation.h"
 #include "marlune/platform/Export.h"
 #include "marlune/platform/Host.h"
 #include "marlune/platform/Task.h"
@@ -19,6 +23,12 @@ namespace marlune {
 ///
 ///     UKHOCurrentsDataProvider streams(host);
 ///     const auto today = co_await streams.getDailyOceanCurrentData(50.7, -1.5, date, zone, "hurst point");
+///
+/// The steps of the operations can be had by themselves:
+///
+///     const auto station = co_await streams.nearestStation("hurst point", 50.7, -1.5);
+///     const auto rates = co_await streams.fetch(station, date, 24);
+///     if (rates) use(UKHOCurrentsDataProvider::process(*rates, 50.7, -1.5));
 class MARLUNE_API UKHOCurrentsDataProvider final : public OceanCurrentDataProvider {
  public:
   explicit UKHOCurrentsDataProvider(const Host& host);
@@ -32,8 +42,21 @@ class MARLUNE_API UKHOCurrentsDataProvider final : public OceanCurrentDataProvid
   Task<Answer> getOceanCurrentData(double lat, double lng, Date from, Date to, TimeZone timezone,
                                    std::string locationId) override;
 
-  /// Is there a station within 50 km? The answer stays with the `locationId`; see NearestStationMemo.
-  Task<bool> hasStation(double lat, double lng, std::string locationId);
+  /// The station whose streams are the place's, by the rules of NOAACurrentsDataProvider::nearestStation();
+  /// `key` is the place's `locationId`.
+  Task<std::shared_ptr<const UKHOStreamStation>> nearestStation(std::string key, double lat, double lng);
+
+  /// The rates of a station from `start`, cut to the second, for some hours, from the service, as it sent
+  /// them: neither the files nor the memory are looked at or changed. Equal questions share a request.
+  /// Nothing where it fails, which is logged, and, without asking, for no station, for a start outside the
+  /// years 1 to 9999 and for anything but 1 to 8,786 hours (366 days and two hours).
+  Task<std::optional<stream_rates::Entries>> fetch(std::shared_ptr<const UKHOStreamStation> station,
+                                                   Date start, std::int64_t hours);
+
+  /// What the operations above make of rates, in the order of the list: speeds in knots, events, and the
+  /// place as it is given. Nothing where fewer than two entries count. Waits for nothing, safe from any
+  /// thread.
+  static Answer process(const stream_rates::Entries& entries, double lat, double lng);
 
  private:
   struct State;

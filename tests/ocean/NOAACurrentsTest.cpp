@@ -35,15 +35,18 @@ TEST(CurrentPredictionsTest, AnAnswerIsReadStrictlyAndWrittenShortest) {
   const std::string passedOver =
       R"({"Time":"10000-03-05 00:12","Velocity_Major":1,"meanFloodDir":1,"meanEbbDir":1},)"
       R"({"Time":"2025-03-05 00:12","Velocity_Major":1e300,"meanFloodDir":1,"meanEbbDir":1},)";
+  const std::string ofEqualTime =
+      R"({"Time":"2025-03-05 00:06","Velocity_Major":0.5,"meanFloodDir":26,"meanEbbDir":212.5})";
   const auto reading =
-      readAnswer(answer(fmt::format("{},{}{},{}", good, passedOver, good, earlier)), readers);
+      readAnswer(answer(fmt::format("{},{}{},{}", good, passedOver, ofEqualTime, earlier)), readers);
   ASSERT_FALSE(reading.error);
-  ASSERT_EQ(reading.rows.size(), 2U) << "in time order, each once";
-  const std::string file = fileOf(reading.rows.data(), reading.rows.data() + 2);
+  ASSERT_EQ(reading.rows.size(), 3U) << "in time order, all that count";
+  const std::string file = fileOf(reading.rows.data(), reading.rows.data() + 3);
   EXPECT_EQ(
       file,
       R"([{"Time":"2025-03-05 00:00","Velocity_Major":-1.25,"meanFloodDir":0,"meanEbbDir":20,"Type":"slack"},)"
-      R"({"Time":"2025-03-05 00:06","Velocity_Major":0,"meanFloodDir":26,"meanEbbDir":212.5}])");
+      R"({"Time":"2025-03-05 00:06","Velocity_Major":0,"meanFloodDir":26,"meanEbbDir":212.5},)" +
+          ofEqualTime + "]");
   CurrentPredictions again;
   EXPECT_FALSE(addFile(file, readers, again));
   EXPECT_EQ(again, reading.rows);
@@ -75,6 +78,10 @@ TEST(CurrentPredictionsTest, SamplesLieOnHalfWaves) {
   EXPECT_EQ(secondsOf(samples[1]->date), march5 + 1800);
   EXPECT_EQ(samples[1]->series, "Velocity");
   EXPECT_EQ(samples[1]->attributes->at("direction"), "210.0") << "of the point before";
+  const auto step =
+      samplesOf({row(march5, 1), row(march5 + 1800, 0), row(march5 + 1800, -2), row(march5 + 3600, 0)});
+  EXPECT_EQ(step.at(1)->value, -2) << "the last of equal times is the point before";
+  EXPECT_EQ(step[1]->attributes->at("direction"), "210.0");
   // A day is missing: its half hours are not made up.
   const auto apart =
       samplesOf({row(march5, 1), row(march5 + 1800, 1), row(march5 + 90'000, 1), row(march5 + 91'801, 1)});
@@ -122,11 +129,18 @@ TEST(CurrentPredictionsTest, ASlackWindowLastsWhileTheStreamIsWeak) {
   EXPECT_NEAR(halfWidth(std::nullopt, 0.32), 4 * 360, 1e-3);
   EXPECT_NEAR(halfWidth(std::nullopt, std::nullopt), 3600, 1e-3);
   EXPECT_NEAR(halfWidth(-0.04, 2), 180, 1e-3) << "between two points";
+  const auto twice =
+      eventsOf({row(march5, 0.01, "slack"), row(march5, 0.02, "slack"), row(march5 + 36'000, 2)}, points,
+               {march5, march5});
+  EXPECT_EQ(twice.at(0)->slackEnd, twice.at(1)->slackEnd) << "rows of one time are no neighbours";
+  EXPECT_EQ(twice.at(0)->slackBegin, twice.at(1)->slackBegin);
   constexpr auto wide = std::numeric_limits<std::int64_t>::max();
   const auto toTheEnds = slackWindow(points, march5 + 90, 5, -wide, wide);
   EXPECT_EQ(toTheEnds->begin, march5 - 36'000);
   EXPECT_EQ(toTheEnds->end, march5 + 36'000);
-  EXPECT_EQ(slackWindow(points, march5, 5, march5 - 500, march5 + 500)->end, march5 + 500);
+  const auto bounded = slackWindow(points, march5, 5, march5 - 400, march5 + 500);
+  EXPECT_EQ(bounded->begin, march5 - 400);
+  EXPECT_EQ(bounded->end, march5 + 500);
   EXPECT_FALSE(slackWindow(points, march5 + 7200, 0.2, -wide, wide)) << "strong there";
   EXPECT_FALSE(slackWindow(points, march5 + 36'001, 5, -wide, wide));
   const CurrentPredictions apart = {row(0, 0), row(86'401, 0), row(90'000, 0)};
@@ -193,7 +207,9 @@ class NOAACurrentsTest : public OceanHostTest {
     return settled(
         provider->getOceanCurrentData(0, lng, dateFromSeconds(from), dateFromSeconds(to), TimeZone(), id));
   }
-  bool has(double lng, const std::string& id) { return settled(provider->hasStation(0, lng, id)); }
+  bool has(double lng, const std::string& id) {
+    return settled(provider->nearestStation(0, lng, id)) != nullptr;
+  }
 
   std::unique_ptr<NOAACurrentsDataProvider> provider;
 };
@@ -218,13 +234,31 @@ TEST_F(NOAACurrentsTest, LackingDaysAreAwaitedAndTheMonthComesBehind) {
   const auto other = askFor(march5 + 7200, march5 + 86'400, 0.01, "there");
   EXPECT_EQ(secondsOf(other->timeSeries[0]->date), march5 + 7200) << "the same days, another period";
   EXPECT_EQ(other->longitude, 0.01);
+  EXPECT_EQ(askFor(march5 + 7200, march5 + 86'400, 0.02, "yonder")->longitude, 0.02) << "the same period";
   provider = std::make_unique<NOAACurrentsDataProvider>(fake.host());
   EXPECT_EQ(askFor(march1, march1 + 30 * aDay)->timeSeries.size(), 30U * 48U + 1U);
   EXPECT_EQ(asked(), 4U) << "all of it lies on the disk";
-  put("noaa_currents_SFB1_7_20250306.json", "[{");
   script(6, 6);
-  EXPECT_EQ(askFor(march5, march5 + 2 * aDay)->timeSeries.size(), 97U) << "a damaged file is a missing one";
-  EXPECT_EQ(asked(), 5U);
+  for (const std::string& bad : {std::string("[{"), kept("noaa_currents_SFB1_7_20250307.json")}) {
+    const std::size_t before = asked();
+    put("noaa_currents_SFB1_7_20250306.json", bad);
+    provider = std::make_unique<NOAACurrentsDataProvider>(fake.host());
+    EXPECT_EQ(askFor(march5, march5 + 2 * aDay)->timeSeries.size(), 97U) << "damaged, or of another day";
+    EXPECT_EQ(asked(), before + 1);
+  }
+  std::string april = rows(1, 31, true);
+  for (auto at = april.find("2025-03"); at != std::string::npos; at = april.find("2025-03", at))
+    april[at + 6] = '4';
+  put("noaa_slack_SFB1_7_202503.json", april);
+  provider = std::make_unique<NOAACurrentsDataProvider>(fake.host());
+  EXPECT_EQ(askFor(march5 + aDay, march5 + aDay + 80'000)->events.size(), 4U) << "the list of another month";
+
+  for (const char* day : {"05", "07"}) put(fmt::format("noaa_currents_SFB1_7_202503{}.json", day), "");
+  put("noaa_slack_SFB1_7_202503.json", "");
+  script(5, 7);
+  fake.http->script(url("20250305", "20250307", true), failedAnswer("unreachable"));
+  expectLog("Error fetching NOAA currents: unreachable");
+  EXPECT_EQ(askFor(march5, march5 + 3 * aDay - 1)->events.size(), 72U) << "a day that is known counts once";
 }
 
 TEST_F(NOAACurrentsTest, WhatFailsIsNeitherRememberedNorKept) {
@@ -254,11 +288,54 @@ TEST_F(NOAACurrentsTest, WhatFailsIsNeitherRememberedNorKept) {
   const std::size_t before = asked();
   EXPECT_TRUE(askFor(march5, march5 + 80'000));
   EXPECT_EQ(asked(), before) << "remembered now";
+
+  script(6, 6);
+  script(1, 31);
+  EXPECT_TRUE(askFor(march5 + aDay, march5 + aDay + 80'000));
+  EXPECT_EQ(kept("noaa_slack_SFB1_7_202503.json"), rows(1, 31, true)) << "the month is tried again";
+  EXPECT_EQ(askFor(march5, march5 + 2 * aDay)->timeSeries.size(), 97U);
+  EXPECT_EQ(asked(), before + 4) << "and then no more";
+}
+
+TEST_F(NOAACurrentsTest, AMonthIsFetchedOnceEvenWhereItLacksDays) {
+  for (const int day : {5, 8, 25}) script(day, day);
+  const auto begin = [&](int day) {
+    const double from = static_cast<double>(march1 + (day - 1) * aDay);
+    start(provider->getOceanCurrentData(0, 0, dateFromSeconds(from), dateFromSeconds(from + 80'000),
+                                        TimeZone(), "here"),
+          [once = completions.once("day")](const auto& answer) {
+            EXPECT_TRUE(answer);
+            once();
+          });
+  };
+  for (const bool slacks : {false, true}) fake.http->hold(url("20250301", "20250331", slacks));
+  begin(5);
+  ASSERT_TRUE(fake.http->waitForRequests(4));
+  begin(8);
+  ASSERT_TRUE(fake.http->waitForRequests(6));
+  ASSERT_TRUE(fake.http->answer(url("20250301", "20250331", false), answerOf(rows(1, 19, false))));
+  ASSERT_TRUE(fake.http->answer(url("20250301", "20250331", true), answerOf(rows(1, 31, true))));
+  ASSERT_TRUE(fake.settle());
+  begin(25);
+  ASSERT_TRUE(fake.settle());
+  EXPECT_EQ(asked(), 7U) << "what a month has not got is not looked for again";
+  EXPECT_EQ(fake.log->lines().size(), 1U);
+  expectLog("NOAA Currents: Background fetch 2025-03 for station SFB1");
+}
+
+TEST_F(NOAACurrentsTest, AMonthThatWasAwaitedIsKeptWhole) {
+  script(1, 31);
+  EXPECT_TRUE(askFor(march1, march1 + 31 * aDay - 1));
+  EXPECT_EQ(asked(), 2U) << "nothing is left for the background";
+  EXPECT_EQ(kept("noaa_slack_SFB1_7_202503.json"), rows(1, 31, true));
+  provider = std::make_unique<NOAACurrentsDataProvider>(fake.host());
+  EXPECT_EQ(askFor(march5, march5 + 80'000)->events.size(), 4U);
+  EXPECT_EQ(asked(), 2U);
 }
 
 TEST_F(NOAACurrentsTest, AStationIsWithinFiftyKilometres) {
   const auto degrees = [](double chord) { return 2 * std::asin(chord / 2 / 6371) * 180 / std::numbers::pi; };
-  EXPECT_TRUE(has(degrees(49.9), "near"));
+  EXPECT_EQ(settled(provider->nearestStation(0, degrees(49.9), "near"))->id, "SFB1");
   EXPECT_TRUE(has(30, "near")) << "the answer stays with the name";
   EXPECT_FALSE(has(degrees(50.1), "far"));
   EXPECT_FALSE(has(0, "far"));

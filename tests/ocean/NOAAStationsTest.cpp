@@ -64,11 +64,13 @@ TEST_F(NOAAStationsTest, ADayComesFromTheServiceTheMemoryOrTheDisk) {
   EXPECT_FALSE(first->timeSeries[0]->attributes || first->timeSeries[0]->series);
   EXPECT_EQ(kept(todayFile), R"([{"t":1741176000,"v":13.5}])");
   EXPECT_EQ(settled(task(noon + 60, 37.5)), first) << "the same record";
+  fake.http->script(url("20250305%2008:00", "20250306%2008:00", "95"), answerOf(R"({"data":[]})"));
+  EXPECT_EQ(textOf(settled(task(noon, 33, -118))), "") << "another station";
   renew();
   const auto second = settled(task());
   EXPECT_EQ(textOf(second), textOf(first));
   EXPECT_EQ(settled(task()), second);
-  EXPECT_EQ(asked(), 1U);
+  EXPECT_EQ(asked(), 2U);
 }
 
 TEST_F(NOAAStationsTest, TodaysFileIsFreshForHalfAnHourAndThatOfADayThatIsOverForGood) {
@@ -148,7 +150,7 @@ TEST_F(NOAAStationsTest, GapsAreSkippedOtherTypesSpoilTheAnswerAndErrorsAreNotKe
 }
 
 TEST_F(NOAAStationsTest, OnlyPlacesNearAStationAndRealDaysAreAsked) {
-  for (const auto& [lat, lng] : {std::pair(36.5, -122.4), {95.0, 0.0}, {37.8, std::nan("")}})
+  for (const auto& [lat, lng] : {std::pair(36.9, -122.4), {95.0, 0.0}, {37.8, std::nan("")}})
     EXPECT_FALSE(settled(task(noon, lat, lng))) << lat;
   EXPECT_FALSE(settled(task(1e15)));
   auto& list = fake.resources->files["water_temp_stations_usa.json"];
@@ -158,7 +160,7 @@ TEST_F(NOAAStationsTest, OnlyPlacesNearAStationAndRealDaysAreAsked) {
   EXPECT_FALSE(settled(task()));
   EXPECT_EQ(asked(), 0U);
   list = good;
-  EXPECT_TRUE(settled(task())) << "a list that could not be read is read again";
+  EXPECT_TRUE(settled(task(noon, 36.901))) << "a list that could not be read is read again";
   water = std::make_unique<NOAATemperatureDataProvider>(fake.host(), cache, "a", "b");
   expectLog("Error loading file: There is no b.json.");
   EXPECT_FALSE(settled(task()));

@@ -80,9 +80,10 @@ TEST_F(NWSWindForecastProviderTest, SpeedsBecomeHoursOfTheDayInKnots) {
             "0.5:2.000 6:1.000 7:1.000 7:3.000 8:1.000 23.5:4.000 ")
       << "sorted, cut at both midnights, each of those that lie upon each other";
   EXPECT_EQ(dayOf(grid(layer(entry("T12:00:00Z/PT5H", "10")),
-                       layer(entry("T16:00:00Z/PT1H", "null") + "," + entry("T13:00:00Z/PT2H", "2.5")),
+                       layer(entry("T16:00:00Z/PT1H", "null") + "," + entry("T13:00:00Z/PT2H", "10"),
+                             R"("wmoUnit:m_s-1")"),
                        layer(entry("2025-03-04T00:00:00Z/P1DT14H", "270"), R"x("wmoUnit:degree_(angle)")x"))),
-            "4:10.000d270.0 5:10.000d270.0g2.5 6:10.000g2.5 7:10.000 8:10.000 ")
+            "4:10.000d270.0 5:10.000d270.0g19.438447 6:10.000g19.438447 7:10.000 8:10.000 ")
       << "each value for the hours of its interval, directions as they stand";
 }
 

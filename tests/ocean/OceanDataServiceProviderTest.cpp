@@ -161,6 +161,18 @@ TEST_F(OceanServiceTest, TheRegionDecidesWhoIsAsked) {
   }
 }
 
+TEST_F(OceanServiceTest, TheSourcesAreThereInEveryRegion) {
+  const auto ocean = make("worldwide");
+  EXPECT_EQ(settled(ocean->service().getDailySwellData(0, 0, date, utc, "a")),
+            settled(ocean->getDailySwellData(0, 0, date, utc, "a")));
+  EXPECT_EQ(settled(ocean->noaaCurrents().nearestStation(0, 0, "a"))->id, "1");
+  EXPECT_EQ(settled(ocean->ukhoCurrents().nearestStation("a", 0, 0))->id, "S1");
+  EXPECT_EQ(first(settled(ocean->noaaWaterTemp().getDailyTemperatureData(0, 0, date, utc, "a"))), "11.5");
+  EXPECT_EQ(first(settled(ocean->noaaAirTemp().getDailyTemperatureData(0, 0, date, utc, "a"))), "12.5");
+  EXPECT_EQ(first(settled(ocean->noaaWind().getDailyWindData(0, 0, date, utc, "a"))), "7");
+  EXPECT_EQ(first(settled(ocean->nwsWind().getDailyWindData(0, 0, date, utc, "a"))), "10");
+}
+
 TEST_F(OceanServiceTest, CurrentsComeFromSixHoursBeforeTheDate) {
   fake.http->script(
       streamsUrl,

@@ -60,6 +60,19 @@ TEST(OceanRecordsTest, DaysAreThoseOfTheZonesCalendar) {
   }
 }
 
+TEST(OceanRecordsTest, AttributesAreDecimalsWithAFraction) {
+  const std::pair<double, std::string> written[] = {{270, "270.0"},
+                                                    {12.5, "12.5"},
+                                                    {-0.0, "0.0"},
+                                                    {1e-5, "0.00001"},
+                                                    {-2.5e-7, "-0.00000025"},
+                                                    {0x1p54, "18014398509481984.0"},
+                                                    {1e17, "100000000000000000.0"}};
+  for (const auto& [value, text] : written) EXPECT_EQ(numberAttribute(value), text);
+  for (const double value : {5e-324, -2.2250738585072011e-308, 1.7976931348623157e308})
+    EXPECT_EQ(std::strtod(numberAttribute(value).c_str(), nullptr), value);
+}
+
 TEST(OceanRecordsTest, TimesAreReadStrictly) {
   using namespace ocean_times;
   EXPECT_EQ(utcInstant("2025-03-05 14:30"), 1741185000);

@@ -141,6 +141,11 @@ TEST_F(OpenMeteoProvidersTest, OneRequestBringsEveryKindAndDay) {
   EXPECT_EQ(swell(midnight + 9 * day), nullptr);
   EXPECT_EQ(swell(midnight + 9 * day), nullptr);
   EXPECT_EQ(asked(), 3U) << "an absence is not remembered";
+  scriptMarine(marineAnswer(hoursFrom(6, 9), numbers(9 * 24)));
+  EXPECT_TRUE(swell(midnight + 9 * day));
+  EXPECT_EQ(temperatures(midnight)->timeSeries.size(), 25U)
+      << "a newer forecast that only has its end displaces no day";
+  EXPECT_EQ(asked(), 4U);
 }
 
 TEST_F(OpenMeteoProvidersTest, WhatIsMissingIsNoSample) {
@@ -230,6 +235,7 @@ TEST_F(OpenMeteoProvidersTest, DaysAreThoseOfTheCallersZone) {
   EXPECT_EQ(secondsOf(temperatures(1741510800, *TimeZone::named("Etc/GMT+5"))->timeSeries[0]->date),
             1741496400)
       << "the same day of another zone is another day";
+  EXPECT_EQ(temperatures(1741510800, losAngeles), change) << "and does not displace it";
   EXPECT_EQ(asked(), 2U);
 
   // The day of this change begins at one o'clock, which also ends the day before.
@@ -271,6 +277,15 @@ TEST_F(OpenMeteoProvidersTest, AFullMemoryForgetsTheOldest) {
   EXPECT_EQ(asked(), 12U);
   EXPECT_TRUE(temperatures(midnight, {}, "1"));
   EXPECT_EQ(asked(), 13U);
+
+  scriptWind(R"("2025-03-05T12:00")", "1", "2", "3");
+  const auto windOf = [&](int id) {
+    EXPECT_TRUE(settled(windy->getDailyWindData(1.5, -2, dateFromSeconds(midnight), {}, std::to_string(id))));
+    return asked();
+  };
+  for (int i = 0; i <= 100; ++i) windOf(i);
+  EXPECT_EQ(windOf(1), 13U + 101U) << "a hundred days are remembered";
+  EXPECT_EQ(windOf(0), 13U + 102U);
 }
 
 TEST_F(OpenMeteoProvidersTest, QuestionsForOneForecastShareItsRequest) {
@@ -323,9 +338,11 @@ TEST_F(OpenMeteoProvidersTest, WindOfADayEndsBeforeTheNextMidnight) {
   EXPECT_EQ(wind(midnight - 1), nullptr);
   EXPECT_EQ(asked(), 2U);
   scriptWind(hoursFrom(5, 1), "null,1,2,3", "1,null,2,null", "1,2.25", "Etc/GMT%2B5");
-  const auto gaps = wind(midnight + day / 2, *TimeZone::named("Etc/GMT+5"));
+  const auto gaps = wind(midnight + day + 4 * 3600, *TimeZone::named("Etc/GMT+5"));
   EXPECT_EQ(textOf(gaps->timeSeries), "Wind 1 gust=2.25; Wind 2 direction=2.0; Wind 3");
   EXPECT_FALSE(gaps->timeSeries[2]->attributes);
+  EXPECT_EQ(wind(midnight)->timeSeries.size(), 24U) << "the same day of another zone is another day";
+  EXPECT_EQ(asked(), 3U);
 }
 
 TEST(LocalHoursTest, ReadsWhatTheStrictReaderReads) {

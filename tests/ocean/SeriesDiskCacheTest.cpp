@@ -62,6 +62,8 @@ TEST_F(SeriesDiskCacheTest, WhatIsNoSeriesIsNothing) {
 }
 
 TEST_F(SeriesDiskCacheTest, TheFirstLoadSweepsWhatIsOlderThanThirtyDays) {
+  EXPECT_FALSE(cache.load("nws_points_a.json", std::nullopt)) << "there is no container to sweep yet";
+  ASSERT_TRUE(fake.settle());
   const char* const swept[] = {"noaa_water_temperature_1_20250305.json", "noaa_air_temperature_x",
                                "noaa_wind_", "nws_wind_a"};
   const char* const staying[] = {"nws_points_a.json", "noaa_currents_a.json", "ukho_streams_a.json",

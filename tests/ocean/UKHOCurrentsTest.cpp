@@ -23,10 +23,15 @@ std::string rate(std::int64_t time, double speed) {
 }
 
 /// A rate each half hour, from inclusive to exclusive.
-std::string rates(std::int64_t from, std::int64_t to) {
+std::string rates(std::int64_t from, std::int64_t to, double speed = 0.5) {
   std::string text;
-  for (std::int64_t time = from; time < to; time += 1800) text += (text.empty() ? "" : ",") + rate(time, 0.5);
+  for (std::int64_t time = from; time < to; time += 1800)
+    text += (text.empty() ? "" : ",") + rate(time, speed);
   return "[" + text + "]";
+}
+std::string joined(std::string list, const std::string& other) {
+  list.back() = ',';
+  return list + other.substr(1);
 }
 
 // --- Rates and records ---
@@ -143,15 +148,16 @@ TEST_F(UKHOCurrentsTest, ALocalDayIsFetchedKeptAndReadBack) {
     return settled(provider->getDailyOceanCurrentData(50, -1, dateFromSeconds(static_cast<double>(noon)),
                                                       london, "here"));
   };
-  // What the service sends lies in no order, has one rate twice, and reaches a week too far.
+  // What the service sends lies in no order, has two rates of one time, and reaches a week too far.
   std::string body = rates(april1 - 3600, april1 + 25 * anHour);
   body.insert(1, rate(april1 + 7 * aDay, 3) + "," + rate(april1, 0.25) + ",");
   fake.http->script(url("2025-03-31T23:00:00", 26), answerOf(body));
   const auto first = day(april1 + 43'200);
   ASSERT_TRUE(first);
-  EXPECT_EQ(first->timeSeries.size(), 49U) << "both midnights";
+  EXPECT_EQ(first->timeSeries.size(), 50U) << "both midnights, and what came twice";
   EXPECT_EQ(secondsOf(first->timeSeries[0]->date), april1 - 3600);
-  EXPECT_EQ(first->timeSeries[2]->value, 0.25 * knots) << "of two the first";
+  EXPECT_EQ(first->timeSeries[2]->value, 0.25 * knots);
+  EXPECT_EQ(first->timeSeries[3]->value, 0.5 * knots);
   const HttpRequest request = fake.http->requests().back();
   ASSERT_EQ(request.headers.size(), 1U);
   EXPECT_EQ(request.headers[0],
@@ -162,17 +168,100 @@ TEST_F(UKHOCurrentsTest, ALocalDayIsFetchedKeptAndReadBack) {
   EXPECT_EQ(keptOf("20250408"), "none") << "not asked for";
   EXPECT_EQ(day(april1 + 50'000), first);
 
-  const std::string whole = keptOf("20250401");
+  EXPECT_EQ(keptOf("20250401"), "[" + rate(april1, 0.25) + "," + rates(april1, april1 + aDay).substr(1));
   fake.http->script(url("2025-04-01T23:00:00", 26),
-                    answerOf(rates(april1 + 23 * anHour, april1 + 49 * anHour)));
+                    answerOf(rates(april1 + 23 * anHour, april1 + 49 * anHour, 0.75)));
   EXPECT_EQ(day(april1 + 130'000)->timeSeries.size(), 49U) << "half a file is no day";
-  EXPECT_EQ(keptOf("20250401"), whole) << "the end of a day does not displace the whole";
-  EXPECT_EQ(keptOf("20250402"), rates(april1 + 86'400, april1 + 2 * aDay));
+  EXPECT_EQ(keptOf("20250401"),
+            "[" + rate(april1, 0.25) + "," +
+                joined(rates(april1, april1 + 23 * anHour), rates(april1 + 23 * anHour, april1 + aDay, 0.75))
+                    .substr(1))
+      << "of a time that both have the newer";
+  EXPECT_EQ(keptOf("20250402"), rates(april1 + 86'400, april1 + 2 * aDay, 0.75));
   provider = std::make_unique<UKHOCurrentsDataProvider>(fake.host());
   const auto moved = askFor(static_cast<double>(april1), static_cast<double>(april1 + aDay + 1800), -1.001);
-  EXPECT_EQ(moved->timeSeries.size(), 50U);
+  EXPECT_EQ(moved->timeSeries.size(), 51U);
   EXPECT_EQ(moved->longitude, -1.001);
   EXPECT_EQ(asked(), 2U) << "read from the disk";
+  constexpr std::int64_t march30 = april1 - 2 * aDay;
+  fake.http->script(url("2025-03-30T00:00:00", 25), answerOf(rates(march30, march30 + aDay)));
+  EXPECT_EQ(day(march30 + 43'200)->timeSeries.size(), 47U) << "a day of 23 hours";
+}
+
+TEST_F(UKHOCurrentsTest, AnswersAreMergedIntoTheFilesOfTheirDays) {
+  const auto inNewProcess = [&](std::int64_t from, std::int64_t to) {
+    provider = std::make_unique<UKHOCurrentsDataProvider>(fake.host());
+    const auto record = askFor(static_cast<double>(march5 + from), static_cast<double>(march5 + to));
+    return record ? record->timeSeries.size() : 0;
+  };
+  // The service has less than it is asked for.
+  fake.http->script(url("2025-03-05T00:00:00", 24), answerOf(rates(march5, march5 + 10 * anHour)));
+  EXPECT_EQ(inNewProcess(0, 9 * anHour), 19U);
+  fake.http->script(url("2025-03-05T12:00:00", 24),
+                    answerOf(rates(march5 + 12 * anHour, march5 + 15 * anHour)));
+  EXPECT_EQ(inNewProcess(12 * anHour, 14 * anHour), 5U);
+  EXPECT_EQ(keptOf("20250305"),
+            joined(rates(march5, march5 + 10 * anHour), rates(march5 + 12 * anHour, march5 + 15 * anHour)));
+  EXPECT_EQ(inNewProcess(12 * anHour, 14 * anHour), 5U);
+  EXPECT_EQ(inNewProcess(anHour, 9 * anHour), 17U);
+  EXPECT_EQ(inNewProcess(12 * anHour, 15 * anHour - 1), 6U);
+  EXPECT_EQ(asked(), 2U) << "a shorter answer is kept too";
+  EXPECT_EQ(inNewProcess(12 * anHour, 15 * anHour), 6U);
+  EXPECT_EQ(asked(), 3U) << "half an hour is missing at the end";
+
+  fake.http->script(url("2025-03-05T09:00:00", 24),
+                    answerOf(rates(march5 + 11 * anHour, march5 + 12 * anHour)));
+  EXPECT_EQ(inNewProcess(9 * anHour, 13 * anHour), 7U) << "what the files hold counts as well";
+  EXPECT_EQ(asked(), 4U) << "a gap between answers lacks something";
+  const std::string hole =
+      joined(rates(march5, march5 + 10 * anHour - 1800), rates(march5 + 10 * anHour + 1800, march5 + aDay));
+  put("ukho_streams_SN1_20250305.json", hole);
+  EXPECT_EQ(inNewProcess(0, 22 * anHour), 44U);
+  EXPECT_EQ(asked(), 5U) << "more than an hour";
+  put("ukho_streams_SN1_20250305.json",
+      joined(rates(march5, march5 + 10 * anHour), rates(march5 + 10 * anHour + 1800, march5 + aDay)));
+  EXPECT_EQ(inNewProcess(0, 22 * anHour), 44U);
+  EXPECT_EQ(asked(), 5U) << "an hour is none";
+  put("ukho_streams_SN1_20250305.json", hole);
+  EXPECT_EQ(inNewProcess(10 * anHour + 1800, 22 * anHour), 24U);
+  EXPECT_EQ(inNewProcess(0, 9 * anHour), 19U) << "a gap outside the period matters not";
+  EXPECT_EQ(askFor(march5, march5 + anHour)->timeSeries.size(), 3U) << "the same beginning";
+  EXPECT_EQ(asked(), 5U);
+}
+
+TEST_F(UKHOCurrentsTest, TheStepsOfAQuestionCanBeHadAlone) {
+  const auto station = settled(provider->nearestStation("here", 50, -1));
+  ASSERT_TRUE(station);
+  EXPECT_EQ(station->id, "SN1");
+  EXPECT_EQ(settled(provider->nearestStation("here", 0, 0)), station) << "the answer stays with the name";
+  EXPECT_FALSE(settled(provider->nearestStation("far", 0, 0)));
+  EXPECT_FALSE(settled(provider->nearestStation("far", 50, -1)));
+  EXPECT_FALSE(settled(provider->nearestStation("nowhere", 91, 0)));
+
+  const auto fetch = [&](double start, std::int64_t hours, bool withStation = true) {
+    return provider->fetch(withStation ? station : nullptr, dateFromSeconds(start), hours);
+  };
+  fake.http->hold(url("2025-03-05T00:00:06", 1));
+  std::optional<stream_rates::Entries> answers[2];
+  for (auto& answer : answers) ask(fetch(march5 + 6.5, 1), answer);
+  ASSERT_TRUE(fake.http->waitForRequests(1));
+  ASSERT_TRUE(fake.http->answer(url("2025-03-05T00:00:06", 1),
+                                answerOf("[" + rate(march5 + 1800, 1) + "," + rate(march5, 0) + "]")));
+  ASSERT_TRUE(fake.settle());
+  EXPECT_EQ(asked(), 1U) << "equal ones share a request";
+  ASSERT_TRUE(answers[0] && answers[0] == answers[1]);
+  EXPECT_EQ(keptOf("20250305"), "none");
+  const auto record = UKHOCurrentsDataProvider::process(*answers[0], 3, 4);
+  EXPECT_EQ(record->timeSeries.at(0)->value, knots) << "in the order of the list";
+  EXPECT_EQ(record->events.size(), 2U);
+  EXPECT_TRUE(record->latitude == 3 && record->longitude == 4);
+  for (auto& task : {std::pair(0.0, 0), {0.0, -1}, {0.0, 8787}, {HUGE_VAL, 1}, {std::nan(""), 1}})
+    EXPECT_FALSE(settled(fetch(task.first, task.second)));
+  EXPECT_FALSE(settled(fetch(0, 1, false)));
+  EXPECT_EQ(asked(), 1U);
+  fake.http->script(url("1970-01-01T00:00:00", 8786), answerOf("[]", 503));
+  expectLog("UKHO Currents: HTTP 503 for station SN1");
+  EXPECT_FALSE(settled(fetch(0, 8786)));
 }
 
 TEST_F(UKHOCurrentsTest, WhatFailsIsNothingAndAskedAgain) {

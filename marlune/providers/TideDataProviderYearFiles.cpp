@@ -148,8 +148,11 @@ void TideDataProvider::saveDefaultStationFileFromBundle() {
 
 bool TideDataProvider::loadMonthFromContainer(const StationPtr& station, const std::string& fileName,
                                               std::int64_t year, int month, std::optional<Events>& events) {
-  const Data data = loadDataAtFilePath(fileName);
-  if (!data && !files_->fileExistsInContainer(kGroupContainerName, fileName)) return false;
+  Data data = loadDataAtFilePath(fileName);
+  if (!data) {
+    if (!files_->fileExistsInContainer(kGroupContainerName, fileName)) return false;
+    data = loadDataAtFilePath(fileName);  // it may have come this moment
+  }
   events = getHighLowTideDataFromNSData(data, station, year, month);
   _cache.addTideData(station->stationId, events, calendarForStation(station));
   return true;

@@ -162,6 +162,22 @@ TEST_F(RequestsTest, APoorFileIsDeletedAndRefreshed) {
   }
 }
 
+TEST_F(RequestsTest, AStoredYearOf2500BytesIsTakenAndAShorterOneIsNot) {
+  for (const std::size_t size : {2500U, 2499U}) {
+    std::string year = "<t>";
+    for (int i = 0; i < 30; ++i) year += fmt::format(R"(<e t="{}" l="1" w="H"/>)", at(2024, 3, 2, i));
+    year += "</t>";
+    year.resize(size, ' ');
+    provider->clearCache();
+    keep(2024, year);
+    fake.http->script(address(2024), answerOf(document(2024, 31)));
+    begin(dateAt(2024, 3, 20));
+    EXPECT_EQ(namesOf(settled()),
+              size == 2500 ? (Names{begun, completed}) : (Names{begun, "downloadedTideData", completed}));
+    EXPECT_EQ(inMemory(2024, 3), size == 2500 ? 30U : 0U);
+  }
+}
+
 TEST_F(RequestsTest, AFailedRefreshSaysSoAndKeepsTheFile) {
   keep(2024, document(2024, 31));
   fake.http->script(address(2024), answerOf(padded(2000)));

@@ -23,6 +23,7 @@
 #include "marlune/platform/Export.h"
 #include "marlune/platform/Host.h"
 #include "marlune/platform/UniqueFunction.h"
+#include "marlune/providers/ProviderNotifications.h"
 #include "marlune/storage/FileAccess.h"
 #include "marlune/tides/MonthRange.h"
 #include "marlune/tides/TideCurve.h"
@@ -45,19 +46,6 @@ class AnswerWaits;
 template <class... Answer>
 class OutstandingCompletions;
 class YearFileMemo;
-
-/// Names of the notifications that a provider posts, with their user information.
-namespace notifications {
-inline constexpr const char* fetchBegun = "TideData_FetchHighLowTideBegun";  ///< none
-inline constexpr const char* fetchCompleted =
-    "TideData_FetchHighLowTideCompleted";                                         ///< "tidestation", "date"
-inline constexpr const char* fetchError = "TideData_FetchHighLowTideError";       ///< "tidestation", "date"
-inline constexpr const char* refreshFailed = "kMainModelTideDataDownloadFailed";  ///< "error": std::string
-inline constexpr const char* downloaded = "downloadedTideData";  ///< "filename", "duration": double, s
-inline constexpr const char* downloadFailed =
-    "downloadTideDataFailed";  ///< "filename", "duration": double, s
-inline constexpr const char* globalPointsLoaded = "TideData_GlobalTidePointsLoaded";  ///< none
-}  // namespace notifications
 
 /// The user default that shows worldwide points inside the United States in that country's build.
 inline constexpr const char* kPreferencesShowUSGlobalPoints = "Stations_ShowUSGlobalPoints";

@@ -101,14 +101,14 @@ Data TideDataProviderAus::loadDataAtFilePath(std::string_view fileName) {
 void TideDataProviderAus::loadDataAtURL(const std::string& url, const std::string& fileName,
                                         DataCompletion completion) {
   const auto scope = workScope();
-  const auto entered = WorkScope::enter(scope);
-  const Data archive = downloadAndKeep(url, fileName, year_file_rules::bytesToKeepArchive);
-  if (!archive) return completion(nullptr);
   Data document;
-  // Who was told of the download may have destroyed the provider.
-  if (!scope->isClosed()) document = loadDataAtFilePath(fileName);
-  // What could not be written is of use all the same.
-  if (!document) document = openArchive(archive);
+  if (const auto entered = WorkScope::enter(scope)) {
+    const Data archive = downloadAndKeep(url, fileName, year_file_rules::bytesToKeepArchive);
+    // Who was told of the download may have destroyed the provider.
+    if (archive && !scope->isClosed()) document = loadDataAtFilePath(fileName);
+    // What could not be written is of use all the same.
+    if (archive && !document) document = openArchive(archive);
+  }
   completion(std::move(document));
 }
 

@@ -168,14 +168,15 @@ void TideDataProvider::refreshGlobalStation(const RefreshRequest& request) {
 void TideDataProvider::fetchGlobalTideEventsForStation(const StationPtr& station, Date from, Date to,
                                                        EventsCompletion completion) {
   if (!station || !station->stationId) return completion(std::nullopt);
-  const auto entered = WorkScope::enter(work_);
-  if (!entered) return completion(std::nullopt);
-  registerIfUnknown(station);
-  const std::int64_t begin = wholeSecondsOf(from);
-  const std::int64_t end = wholeSecondsOf(to);
   FailedYears failed;
-  loadStationData();
-  auto cached = rangeFromMemory(station, *station->stationId, begin, end, failed);
+  std::optional<Events> cached;
+  {
+    const auto entered = WorkScope::enter(work_);
+    if (!entered) return completion(std::nullopt);
+    registerIfUnknown(station);
+    loadStationData();
+    cached = rangeFromMemory(station, *station->stationId, wholeSecondsOf(from), wholeSecondsOf(to), failed);
+  }
   if (cached && cached->size() > 1) return completion(std::move(cached));
 
   const auto number = outstanding_->add(std::move(completion));

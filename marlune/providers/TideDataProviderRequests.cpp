@@ -271,7 +271,7 @@ void TideDataProvider::queueRefreshDataTaskForStation(const StationPtr& station)
   registerIfUnknown(station);
   const auto mark = _pendingOperations->begin(*station->stationId);
   if (!mark) return;
-  enqueue(_downloadqueue, [this, request = RefreshRequest{station, mark, host_.clock->now()}]() mutable {
+  enqueue(_downloadqueue, [this, request = RefreshRequest{station, mark, {}}]() mutable {
     request.now = host_.clock->now();
     if (request.station->isGlobal) {
       refreshGlobalStation(request);

@@ -19,6 +19,11 @@ WorkScope::Entry::~Entry() {
   scope_->left_.notify_all();
 }
 
+bool WorkScope::isClosed() const {
+  const std::lock_guard lock(mutex_);
+  return closed_;
+}
+
 void WorkScope::close() {
   std::unique_lock lock(mutex_);
   closed_ = true;

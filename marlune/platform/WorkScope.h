@@ -39,12 +39,15 @@ class MARLUNE_API WorkScope {
   /// Enters the scope; the answer is false when it is closed.
   [[nodiscard]] static Entry enter(const std::shared_ptr<WorkScope>& scope);
 
+  /// Has the object begun to end? Work that may itself have destroyed it asks before it touches it again.
+  bool isClosed() const;
+
   /// Lets nothing enter any more and waits until everything has left, save the work of this very thread,
   /// which closes the scope from within.
   void close();
 
  private:
-  std::mutex mutex_;
+  mutable std::mutex mutex_;
   std::condition_variable left_;
   std::vector<std::thread::id> inside_;
   bool closed_ = false;

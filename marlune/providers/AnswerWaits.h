@@ -21,21 +21,15 @@ class AnswerWaits : public std::enable_shared_from_this<AnswerWaits<Answer>> {
   /// later questions from being asked.
   template <class Ask>
   std::optional<Answer> wait(std::chrono::nanoseconds limit, const Ask& ask) {
-    const auto slot = std::make_shared<Slot>();
-    {
-      const std::lock_guard lock(mutex_);
-      if (stopped_) return std::nullopt;
-    }
-    ask([self = this->shared_from_this(), slot](Answer answer) {
-      const std::lock_guard lock(self->mutex_);
-      if (slot->left) return;
-      slot->answer = std::move(answer);
-      self->changed_.notify_all();
+    return waitUntil(ask, [&](std::unique_lock<std::mutex>& lock, const auto& isOver) {
+      changed_.wait_for(lock, limit, isOver);
     });
-    std::unique_lock lock(mutex_);
-    changed_.wait_for(lock, limit, [&] { return stopped_ || slot->answer; });
-    slot->left = true;
-    return std::move(slot->answer);
+  }
+  /// The same without a limit.
+  template <class Ask>
+  std::optional<Answer> wait(const Ask& ask) {
+    return waitUntil(
+        ask, [&](std::unique_lock<std::mutex>& lock, const auto& isOver) { changed_.wait(lock, isOver); });
   }
 
   void stop() {
@@ -49,6 +43,25 @@ class AnswerWaits : public std::enable_shared_from_this<AnswerWaits<Answer>> {
     std::optional<Answer> answer;
     bool left = false;  // nobody waits any more
   };
+
+  template <class Ask, class Wait>
+  std::optional<Answer> waitUntil(const Ask& ask, const Wait& untilOver) {
+    const auto slot = std::make_shared<Slot>();
+    {
+      const std::lock_guard lock(mutex_);
+      if (stopped_) return std::nullopt;
+    }
+    ask([self = this->shared_from_this(), slot](Answer answer) {
+      const std::lock_guard lock(self->mutex_);
+      if (slot->left) return;
+      slot->answer = std::move(answer);
+      self->changed_.notify_all();
+    });
+    std::unique_lock lock(mutex_);
+    untilOver(lock, [&] { return stopped_ || slot->answer; });
+    slot->left = true;
+    return std::move(slot->answer);
+  }
 
   std::mutex mutex_;  // guards the slots too
   std::condition_variable changed_;

@@ -4,12 +4,13 @@
 #include <utility>
 
 #include "marlune/global/PelagoraService.h"
-#include "marlune/platform/HttpFetcher.h"
 #include "marlune/platform/WorkScope.h"
 #include "marlune/providers/AnswerWaits.h"
 #include "marlune/providers/GlobalPoints.h"
+#include "marlune/providers/JoinedWork.h"
 #include "marlune/providers/OutstandingCompletions.h"
 #include "marlune/providers/PendingOperations.h"
+#include "marlune/providers/YearDownloads.h"
 #include "marlune/providers/YearFileMemo.h"
 
 namespace marlune {
@@ -32,7 +33,7 @@ TideDataProvider::TideDataProvider(Host host, std::shared_ptr<FileAccess> files,
       globalService_(std::move(globalService)),
       favorites_(std::move(favorites)),
       _cache(host_.log),
-      _pendingOperations(std::make_unique<PendingOperations>()),
+      _pendingOperations(std::make_shared<PendingOperations>()),
       yearFiles_(std::make_unique<YearFileMemo>()),
       work_(std::make_shared<WorkScope>()),
       yearWaits_(std::make_shared<AnswerWaits<Events>>()),
@@ -41,7 +42,10 @@ TideDataProvider::TideDataProvider(Host host, std::shared_ptr<FileAccess> files,
       _downloadqueue(host_.executors->makeQueue("tide-download", downloadConcurrency)),
       utilityQueue_(host_.executors->makeQueue("tide-utility", utilityConcurrency)),
       globalPoints_(std::make_shared<GlobalPoints>(host_, globalService_, work_, utilityQueue_)),
-      fetcher_(std::make_shared<HttpFetcher>(host_.http, host_.executors->makeQueue("tide-callback", 1))) {}
+      downloads_(std::make_shared<YearDownloads>(
+          host_, [this](const std::string& url, const std::string& fileName,
+                        DataCompletion completion) { loadDataAtURL(url, fileName, std::move(completion)); })),
+      globalYears_(std::make_shared<JoinedWork<bool>>()) {}
 
 TideDataProvider::~TideDataProvider() {
   stopWork();
@@ -49,9 +53,10 @@ TideDataProvider::~TideDataProvider() {
 
 void TideDataProvider::stopWork() {
   // The waits of the jobs that run.
-  fetcher_->stop();
+  downloads_->stop();
   yearWaits_->stop();
   work_->close();
+  downloads_->close();
   // Nothing runs any more that could call these, and what they ask for is not begun.
   outstanding_->endAll();
   globalPoints_->stop();
@@ -65,6 +70,13 @@ void TideDataProvider::enqueue(const std::shared_ptr<Executor>& queue, UniqueFun
   queue->post([scope = work_, body = std::move(job)]() mutable {
     if (const auto entered = WorkScope::enter(scope)) body();
   });
+}
+
+bool TideDataProvider::post(const char* name, const void* object, std::optional<UserInfo> userInfo) {
+  const auto scope = work_;
+  const auto center = host_.notifications;
+  center->post({name, object, std::move(userInfo)});
+  return !scope->isClosed();
 }
 
 Calendar TideDataProvider::calendarForStation(const StationPtr& station) const {

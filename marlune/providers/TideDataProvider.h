@@ -23,6 +23,7 @@
 #include "marlune/platform/Export.h"
 #include "marlune/platform/Host.h"
 #include "marlune/platform/UniqueFunction.h"
+#include "marlune/providers/ProviderNotifications.h"
 #include "marlune/storage/FileAccess.h"
 #include "marlune/tides/MonthRange.h"
 #include "marlune/tides/TideCurve.h"
@@ -33,29 +34,18 @@
 namespace marlune {
 
 class GlobalPoints;
-class HttpFetcher;
 class PelagoraService;
 class PendingOperations;
 class StationList;
 class WorkScope;
+class YearDownloads;
+template <class Answer>
+class JoinedWork;
 template <class Answer>
 class AnswerWaits;
 template <class... Answer>
 class OutstandingCompletions;
 class YearFileMemo;
-
-/// Names of the notifications that a provider posts, with their user information.
-namespace notifications {
-inline constexpr const char* fetchBegun = "TideData_FetchHighLowTideBegun";  ///< none
-inline constexpr const char* fetchCompleted =
-    "TideData_FetchHighLowTideCompleted";                                         ///< "tidestation", "date"
-inline constexpr const char* fetchError = "TideData_FetchHighLowTideError";       ///< "tidestation", "date"
-inline constexpr const char* refreshFailed = "kMainModelTideDataDownloadFailed";  ///< "error": std::string
-inline constexpr const char* downloaded = "downloadedTideData";  ///< "filename", "duration": double, s
-inline constexpr const char* downloadFailed =
-    "downloadTideDataFailed";  ///< "filename", "duration": double, s
-inline constexpr const char* globalPointsLoaded = "TideData_GlobalTidePointsLoaded";  ///< none
-}  // namespace notifications
 
 /// The user default that shows worldwide points inside the United States in that country's build.
 inline constexpr const char* kPreferencesShowUSGlobalPoints = "Stations_ShowUSGlobalPoints";
@@ -77,9 +67,14 @@ struct FavoriteHooks {
 ///     auto station = provider.getDefaultTideStation();
 ///     provider.fetchTideEventsForStation(station, from, to, [](auto events) { if (events) draw(*events); });
 ///
-/// A provider made with a constructor may be destroyed at any moment: work that has not begun is dropped,
-/// transfers are cancelled, what runs is waited for, and every completion has been called when the destructor
-/// returns. A deriving class calls stopWork() first in its own destructor.
+/// Who asks at a time for what lies at one address shares one transfer, and one who gives up fails no other.
+///
+/// A provider made with a constructor may be destroyed at any moment, also by an observer or a completion:
+/// work that has not begun is dropped, transfers are cancelled, waits end, what runs is waited for save what
+/// destroys it, and every completion has been called when the destructor returns.
+///
+/// An application may derive its own provider. A deriving class calls stopWork() first in its own destructor.
+/// What it overrides may be called on any thread, and is called without a lock held.
 class MARLUNE_API TideDataProvider {
  public:
   using StationPtr = std::shared_ptr<TideStation>;
@@ -106,7 +101,7 @@ class MARLUNE_API TideDataProvider {
 
   /// Loads the station list, once, and then the favourites, where there was a list. A second thread that asks
   /// meanwhile waits for the load to end; the loading thread itself sees what is there by then.
-  void loadStationData();
+  virtual void loadStationData();
   virtual bool hasLoadedStations() const;
   virtual void setHasLoadedStations(bool loaded);
 
@@ -173,6 +168,9 @@ class MARLUNE_API TideDataProvider {
   virtual Data loadDataAtFilePath(std::string_view fileName);
   /// Waits for a download; keeps it as `fileName` when it has at least 2501 bytes. Posts "downloadedTideData"
   /// or "downloadTideDataFailed" and calls the completion, with no bytes on failure, before it returns.
+  ///
+  /// Every path that downloads a year for its months calls this. An override may call the completion inside
+  /// the call or later, on any thread; the first call counts, and to drop it uncalled is a failure.
   virtual void loadDataAtURL(const std::string& url, const std::string& fileName, DataCompletion completion);
   /// Puts the default station's year file of the current year into the container, if one is shipped and none
   /// is there.
@@ -201,7 +199,8 @@ class MARLUNE_API TideDataProvider {
 
   /// Asks for the month of `date`; the answer is a notification: completed at once on this thread when the
   /// month is cached, else begun on this thread and completed or error on the main thread. Without `notify`
-  /// nothing is posted. The tag is ignored.
+  /// nothing is posted. Equal requests, of one month, share one answer; other months of a year that is being
+  /// downloaded have an answer each. Who is told may ask again at once. The tag is ignored.
   void beginGetHighLowTideData(const StationPtr& station, const std::optional<Date>& date,
                                const std::shared_ptr<void>& tag, bool notify);
   /// Does memory hold more than 30 events of the month of `date`?
@@ -293,11 +292,6 @@ class MARLUNE_API TideDataProvider {
   /// Whether the favourites are to be loaded over it.
   virtual bool readStationList();
 
-  /// What every path that needs a year's bytes at once downloads with: as loadDataAtURL(), which it calls
-  /// here, and sure to have called the completion when it returns.
-  virtual void downloadAndWait(const std::string& url, const std::string& fileName,
-                               DataCompletion completion);
-
   /// Events of a month file, which another build may have kept in its own unit, in the unit of this provider.
   /// Here feet for the United States' stations; all others are as they were kept.
   virtual Events inProviderUnit(const TideStation& station, Events events) const;
@@ -315,9 +309,16 @@ class MARLUNE_API TideDataProvider {
   /// Waits for a download, keeps it as `fileName` when it has at least `atLeast` bytes and posts
   /// "downloadedTideData", else "downloadTideDataFailed". The bytes, or an empty pointer on failure.
   Data downloadAndKeep(const std::string& url, const std::string& fileName, std::size_t atLeast);
-  /// The second half of that, for bytes that were asked for at `begun` of the monotonic clock.
-  Data keepDownload(Data data, const std::string& fileName, std::size_t atLeast,
-                    std::chrono::nanoseconds begun);
+  /// The same without waiting; the completion is called on the callback thread. Where the provider ends
+  /// before, it is called with no bytes.
+  void downloadAndKeepLater(const std::string& url, const std::string& fileName, std::size_t atLeast,
+                            DataCompletion completion);
+
+  /// The range fetch of a station that is no worldwide point: the completion gets what memory and disk have
+  /// if that is `enough` events, on this thread. Else the year of `from` is transferred, and from 251 bytes
+  /// on `take` stores them and gives the events, for a completion on the callback thread.
+  void fetchRange(const StationPtr& station, Date from, Date to, std::size_t enough,
+                  UniqueFunction<std::optional<Events>(const Data&)> take, EventsCompletion completion);
 
   /// Ends all work in flight, as the destructor does; nothing starts afterwards.
   void stopWork();
@@ -327,31 +328,14 @@ class MARLUNE_API TideDataProvider {
   const TideDataCache& cache() const { return _cache; }
   FileAccess& files() const { return *files_; }
   const std::shared_ptr<FileAccess>& sharedFiles() const { return files_; }
-  HttpFetcher& fetcher() const { return *fetcher_; }
-  /// For work that comes back later: entered before the provider is touched.
+  /// For work that comes back later: entered before the provider is touched. Closed once the provider ends,
+  /// which an observer may have brought about: who has posted looks, at a copy of the pointer.
   const std::shared_ptr<WorkScope>& workScope() const { return work_; }
   YearFileMemo& yearFiles() const { return *yearFiles_; }
 
  private:
-  /// What a queued month request carries.
-  struct MonthRequest {
-    std::string fileName;
-    StationPtr station;
-    std::int64_t year = 0;
-    int month = 0;
-    Date date;
-    std::string key;
-    bool notify = false;
-  };
-
-  /// What a queued year of a worldwide point carries.
-  struct GlobalYearRequest {
-    StationPtr station;
-    std::int64_t year = 0;
-    Date date;
-    std::string key;
-    bool notify = false;
-  };
+  struct MonthRequest;
+  struct RefreshRequest;
   /// Years that the service was asked for in vain, so that one question does not ask it twice.
   using FailedYears = std::vector<std::int64_t>;
 
@@ -370,25 +354,35 @@ class MARLUNE_API TideDataProvider {
                         std::int64_t begin, std::int64_t end) const;
 
   void loadFromFile(const MonthRequest& request);
-  void downloadFromUrl(const MonthRequest& request);
+  /// Joins the download of the year, or begins it; false when the disk is to be looked at again.
+  bool downloadMonth(const MonthRequest& request);
+  /// Are the bytes a year? Its month is in memory then.
+  bool takeMonth(const MonthRequest& request, const Data& data);
   /// Drops the months of a year that `events` fill from memory: what stood there must not mix with them.
   void forgetFilledMonths(const std::string& stationId, const Events& events, std::int64_t year,
                           const Calendar& calendar);
-  void refreshDataForStation(const StationPtr& station, const std::string& key);
-  void downloadForFavorite(const std::string& fileName, const StationPtr& station, std::int64_t year);
-  void finishRangeFetch(const StationPtr& station, Date from, Date to, const Data& data,
-                        EventsCompletion completion);
+  void refreshDataForStation(const RefreshRequest& request);
+  bool takeRefresh(const RefreshRequest& request, const Data& data);
+  void tellOfFailedRefresh(const std::string& stationId, std::size_t size);
+  void downloadForFavorite(const std::string& url, const std::string& fileName);
+  std::optional<Events> takeRange(const StationPtr& station, Date from, Date to, const Data& data);
   void prefetchYear(const StationPtr& station, std::int64_t year, const std::string& fileName);
 
   /// The catalogue followed by the published points.
   std::shared_ptr<const StationList> everyStation() const;
   void registerIfUnknown(const StationPtr& station);
   bool ensureGlobalYear(const StationPtr& station, std::int64_t year, FailedYears& failed);
-  /// Queues a load of a year unless the same one is queued or running.
-  void queueGlobalYear(const StationPtr& station, std::int64_t year, Date date, bool notify);
-  void loadGlobalTideData(const GlobalYearRequest& request);
-  void refreshGlobalStation(const StationPtr& station, const std::string& key);
+  /// Queues a load of a year, or joins one that is queued or running.
+  void queueGlobalYear(const StationPtr& station, Date date, std::int64_t year, int month, bool notify);
+  void refreshGlobalStation(const RefreshRequest& request);
 
+  /// Posts; false when an observer has destroyed the provider.
+  bool post(const char* name, const void* object, std::optional<UserInfo> userInfo);
+  double secondsSince(std::chrono::nanoseconds begun) const;
+  /// The bytes, stored, or an empty pointer.
+  Data keepDownload(const Data& data, const std::string& fileName, std::size_t atLeast);
+  /// Tells what became of a download; the provider may be gone afterwards.
+  void downloadEnded(const std::string& url, const std::string& fileName, bool kept, double seconds);
   void postOnMain(void (TideDataProvider::*operation)(UserInfo), const StationPtr& station, Date date);
   /// Runs `job` on a queue unless the provider is being destroyed by then.
   void enqueue(const std::shared_ptr<Executor>& queue, UniqueFunction<void()> job);
@@ -399,7 +393,7 @@ class MARLUNE_API TideDataProvider {
   const std::shared_ptr<PelagoraService> globalService_;  // may be none
   const FavoriteHooks favorites_;
   TideDataCache _cache;
-  const std::unique_ptr<PendingOperations> _pendingOperations;
+  const std::shared_ptr<PendingOperations> _pendingOperations;
   const std::unique_ptr<YearFileMemo> yearFiles_;
   const std::shared_ptr<WorkScope> work_;
   const std::shared_ptr<AnswerWaits<Events>> yearWaits_;
@@ -412,7 +406,7 @@ class MARLUNE_API TideDataProvider {
   std::condition_variable loadEnded_;
   std::thread::id loadingThread_;  // of a load under way
 
-  std::shared_ptr<Executor> _loadqueue;      // year-file loads
+  std::shared_ptr<Executor> _loadqueue;      // year files that lie on disk, years that have come
   std::shared_ptr<Executor> _downloadqueue;  // downloads, refreshes, favourite downloads, worldwide years
   std::shared_ptr<Executor> utilityQueue_;   // stored worldwide points, range fetches of worldwide points
   const std::shared_ptr<GlobalPoints> globalPoints_;
@@ -422,7 +416,8 @@ class MARLUNE_API TideDataProvider {
   mutable std::shared_ptr<const StationList> everyStation_;
   mutable std::shared_ptr<const StationList> everyStationCatalogue_;
   mutable std::shared_ptr<const StationList> everyStationPoints_;
-  std::shared_ptr<HttpFetcher> fetcher_;
+  const std::shared_ptr<YearDownloads> downloads_;
+  const std::shared_ptr<JoinedWork<bool>> globalYears_;  // loads of worldwide years, by point and year
 };
 
 }  // namespace marlune

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "marlune/platform/WorkScope.h"
 #include "marlune/providers/AustralianStationFile.h"
 #include "marlune/providers/BOMTideParser.h"
 #include "marlune/providers/TideDataArchiver.h"
@@ -99,11 +100,15 @@ Data TideDataProviderAus::loadDataAtFilePath(std::string_view fileName) {
 
 void TideDataProviderAus::loadDataAtURL(const std::string& url, const std::string& fileName,
                                         DataCompletion completion) {
-  const Data archive = downloadAndKeep(url, fileName, year_file_rules::bytesToKeepArchive);
-  if (!archive) return completion(nullptr);
-  Data document = loadDataAtFilePath(fileName);
-  // What could not be written is of use all the same.
-  if (!document) document = documentOfFile(archive);
+  const auto scope = workScope();
+  Data document;
+  if (const auto entered = WorkScope::enter(scope)) {
+    const Data archive = downloadAndKeep(url, fileName, year_file_rules::bytesToKeepArchive);
+    // Who was told of the download may have destroyed the provider.
+    if (archive && !scope->isClosed()) document = loadDataAtFilePath(fileName);
+    // What could not be written is of use all the same.
+    if (archive && !document) document = openArchive(archive);
+  }
   completion(std::move(document));
 }
 

@@ -23,13 +23,14 @@ void TideDataProvider::loadStationData() {
     // What the load itself asks of the provider must not wait for the load.
     if (loadingThread_ == std::this_thread::get_id()) return;
     loadEnded_.wait(lock, [this] { return !loading_; });
-    if (hasLoadedStations()) return;
     loading_ = true;  // before the flag, so that whoever sees the flag sees this too
     loadingThread_ = std::this_thread::get_id();
-    setHasLoadedStations(true);
   }
-  // Without the lock: the favourites ask for their stations.
-  if (readStationList() && favorites_.load) favorites_.load();
+  // Without the lock: a deriving class may replace these steps, and the favourites ask for their stations.
+  if (!hasLoadedStations()) {
+    setHasLoadedStations(true);
+    if (readStationList() && favorites_.load) favorites_.load();
+  }
   const std::lock_guard lock(loadMutex_);
   loadingThread_ = std::thread::id();
   loading_ = false;

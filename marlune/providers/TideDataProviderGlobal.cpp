@@ -4,10 +4,13 @@
 #include <utility>
 
 #include "marlune/global/PelagoraService.h"
+#include "marlune/platform/WorkScope.h"
 #include "marlune/providers/AnswerWaits.h"
 #include "marlune/providers/GlobalPoints.h"
+#include "marlune/providers/JoinedWork.h"
 #include "marlune/providers/OutstandingCompletions.h"
 #include "marlune/providers/PendingOperations.h"
+#include "marlune/providers/ProviderRequests.h"
 #include "marlune/providers/TideDataProvider.h"
 
 // The section of worldwide points of the provider.
@@ -73,6 +76,8 @@ std::chrono::nanoseconds TideDataProvider::globalYearLimit() const {
 std::optional<TideDataProvider::Events> TideDataProvider::fetchGlobalYearEventsBlocking(
     const StationPtr& station, std::int64_t year) {
   if (!station || !station->stationId) return std::nullopt;
+  const auto entered = WorkScope::enter(work_);
+  if (!entered) return std::nullopt;
   registerIfUnknown(station);
   if (!globalService_ || host_.mainThread->isMainThread()) return std::nullopt;
   return yearWaits_->wait(globalYearLimit(), [&](PelagoraService::EventsCompletion answered) {
@@ -93,6 +98,8 @@ void TideDataProvider::cacheGlobalYearEvents(const Events& events, const Station
 }
 
 bool TideDataProvider::ensureGlobalYearCached(const StationPtr& station, std::int64_t year) {
+  const auto entered = WorkScope::enter(work_);
+  if (!entered) return false;
   FailedYears failed;
   return ensureGlobalYear(station, year, failed);
 }
@@ -127,45 +134,49 @@ bool TideDataProvider::ensureGlobalYear(const StationPtr& station, std::int64_t 
 
 // --- Requests ---
 
-void TideDataProvider::queueGlobalYear(const StationPtr& station, std::int64_t year, Date date, bool notify) {
-  GlobalYearRequest request{.station = station,
-                            .year = year,
-                            .date = date,
-                            .key = fmt::format("global_{}_{}", *station->stationId, year),
-                            .notify = notify};
-  if (!_pendingOperations->begin(request.key)) return;
-  enqueue(_downloadqueue, [this, request = std::move(request)] { loadGlobalTideData(request); });
+void TideDataProvider::queueGlobalYear(const StationPtr& station, Date date, std::int64_t year, int month,
+                                       bool notify) {
+  const std::string key = fmt::format("global_{}_{}", *station->stationId, year);
+  auto mark = _pendingOperations->begin(fmt::format("{}:{}", key, month), notify);
+  if (!mark) return;
+  auto take = [this, scope = work_, station, date, mark, notify](JoinedWork<bool>::Share present) {
+    // First, so that who asks again when told is not taken for a double.
+    mark->end();
+    const auto entered = WorkScope::enter(scope);
+    if (!entered || !notify) return;
+    postOnMain(present.answer() ? &TideDataProvider::notifyHighLowDataFetchComplete
+                                : &TideDataProvider::notifyHighLowDataFetchError,
+               station, date);
+  };
+  const auto joined = globalYears_->join(key, {.completion = std::move(take)});
+  if (!joined.ticket) return;
+  enqueue(_downloadqueue, [this, station, year, ticket = joined.ticket] {
+    ticket->answer(ensureGlobalYearCached(station, year));
+  });
 }
 
-void TideDataProvider::loadGlobalTideData(const GlobalYearRequest& request) {
-  const bool present = ensureGlobalYearCached(request.station, request.year);
-  // First, so that who asks again when told is not taken for a double.
-  _pendingOperations->end(request.key);
-  if (!request.notify) return;
-  postOnMain(present ? &TideDataProvider::notifyHighLowDataFetchComplete
-                     : &TideDataProvider::notifyHighLowDataFetchError,
-             request.station, request.date);
-}
-
-void TideDataProvider::refreshGlobalStation(const StationPtr& station, const std::string& key) {
-  const Date now = host_.clock->now();
-  const std::int64_t year = calendarForStation(station).components(now).year;
+void TideDataProvider::refreshGlobalStation(const RefreshRequest& request) {
+  const StationPtr& station = request.station;
+  const std::int64_t year = calendarForStation(station).components(request.now).year;
   diskCache_->evictForStation(*station->stationId);
   for (int month = 1; month <= 12; ++month) _cache.removeTideData(*station->stationId, year, month);
   const bool present = ensureGlobalYearCached(station, year);
-  _pendingOperations->end(key);
-  if (present) postOnMain(&TideDataProvider::notifyHighLowDataFetchComplete, station, now);
+  request.mark->end();
+  if (present) postOnMain(&TideDataProvider::notifyHighLowDataFetchComplete, station, request.now);
 }
 
 void TideDataProvider::fetchGlobalTideEventsForStation(const StationPtr& station, Date from, Date to,
                                                        EventsCompletion completion) {
   if (!station || !station->stationId) return completion(std::nullopt);
-  registerIfUnknown(station);
-  const std::int64_t begin = wholeSecondsOf(from);
-  const std::int64_t end = wholeSecondsOf(to);
   FailedYears failed;
-  loadStationData();
-  auto cached = rangeFromMemory(station, *station->stationId, begin, end, failed);
+  std::optional<Events> cached;
+  {
+    const auto entered = WorkScope::enter(work_);
+    if (!entered) return completion(std::nullopt);
+    registerIfUnknown(station);
+    loadStationData();
+    cached = rangeFromMemory(station, *station->stationId, wholeSecondsOf(from), wholeSecondsOf(to), failed);
+  }
   if (cached && cached->size() > 1) return completion(std::move(cached));
 
   const auto number = outstanding_->add(std::move(completion));

@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <utility>
 
-#include "marlune/platform/HttpFetcher.h"
 #include "marlune/platform/Text.h"
 #include "marlune/platform/WorkScope.h"
+#include "marlune/providers/OutstandingCompletions.h"
 #include "marlune/providers/PendingOperations.h"
+#include "marlune/providers/ProviderRequests.h"
 #include "marlune/providers/TideDataProvider.h"
+#include "marlune/providers/YearDownloads.h"
 #include "marlune/providers/YearFileRules.h"
 
 // The request section of the provider.
@@ -38,26 +40,30 @@ void TideDataProvider::beginGetHighLowTideData(const StationPtr& station, const 
     if (notify) notifyHighLowDataFetchComplete(outcome(station, *date));
     return;
   }
-  if (notify) host_.notifications->post({notifications::fetchBegun, nullptr, std::nullopt});
+  if (notify && !post(notifications::fetchBegun, nullptr, std::nullopt)) return;
 
   const CivilTime when = calendarForStation(station).components(*date);
-  if (station->isGlobal) return queueGlobalYear(station, when.year, *date, notify);
+  if (station->isGlobal) return queueGlobalYear(station, *date, when.year, when.month, notify);
   MonthRequest request{.fileName = fileNameForStation(*station->stationId, when.year),
                        .station = station,
                        .year = when.year,
                        .month = when.month,
                        .date = *date,
-                       .key = {},
-                       .notify = notify};
-  const bool onDisk = files_->fileExistsInContainer(kGroupContainerName, request.fileName) ||
-                      files_->fileExists(request.fileName);
-  request.key = onDisk ? fmt::format("{}:{}", request.fileName, request.month) : request.fileName;
-  if (!_pendingOperations->begin(request.key)) return;
-  if (onDisk) {
-    enqueue(_loadqueue, [this, request = std::move(request)] { loadFromFile(request); });
-  } else {
-    enqueue(_downloadqueue, [this, request = std::move(request)] { downloadFromUrl(request); });
+                       .mark = nullptr,
+                       .notify = notify,
+                       .looked = {}};
+  request.mark = _pendingOperations->begin(fmt::format("{}:{}", request.fileName, request.month), notify);
+  if (!request.mark) return;
+  const auto isOnDisk = [&] {
+    return files_->fileExistsInContainer(kGroupContainerName, request.fileName) ||
+           files_->fileExists(request.fileName);
+  };
+  for (;;) {
+    request.looked = downloads_->now();
+    if (isOnDisk()) break;
+    if (downloadMonth(request)) return;
   }
+  enqueue(_loadqueue, [this, request = std::move(request)] { loadFromFile(request); });
 }
 
 bool TideDataProvider::isTideDataCachedForStation(const StationPtr& station,
@@ -84,7 +90,7 @@ void TideDataProvider::loadFromFile(const MonthRequest& request) {
   if (!tooShort) events = getHighLowTideDataFromNSData(data, station, request.year, request.month);
   if (!events || events->size() <= eventsToUseMonth) {
     files_->removeFileInContainer(kGroupContainerName, request.fileName);
-    _pendingOperations->end(request.key);
+    request.mark->end();
     queueRefreshDataTaskForStation(station);
     return;
   }
@@ -100,36 +106,56 @@ void TideDataProvider::loadFromFile(const MonthRequest& request) {
   if (request.month == 11) {
     beginGetHighLowTideData(station, calendar.addingMonths(request.date, 2), nullptr, false);
   }
-  _pendingOperations->end(request.key);
+  request.mark->end();
   if (request.notify) postOnMain(&TideDataProvider::notifyHighLowDataFetchComplete, station, request.date);
 }
 
-void TideDataProvider::downloadFromUrl(const MonthRequest& request) {
+bool TideDataProvider::downloadMonth(const MonthRequest& request) {
+  const YearDownloads::Year year{getTideDataEndpointForStation(request.station, request.year),
+                                 request.fileName};
+  auto take = [this, scope = work_, request](YearDownloads::Share share) mutable {
+    const auto entered = WorkScope::enter(scope);
+    if (!entered) return;
+    enqueue(_loadqueue, [this, request = std::move(request), taken = std::move(share)]() mutable {
+      const bool usable = takeMonth(request, taken.answer());
+      taken.letGo();
+      // First, so that who asks again when told is not taken for a double.
+      request.mark->end();
+      if (!request.notify) return;
+      postOnMain(usable ? &TideDataProvider::notifyHighLowDataFetchComplete
+                        : &TideDataProvider::notifyHighLowDataFetchError,
+                 request.station, request.date);
+    });
+  };
+  const auto begin = [this, &year, &request](YearDownloads::Ticket ticket) {
+    enqueue(_downloadqueue, [this, year, looked = request.looked, ticket = std::move(ticket)] {
+      // A range fetch or a favourite's download may have brought the file while this waited its turn.
+      if (downloads_->now().transfers != looked.transfers) {
+        const Data data = loadDataAtFilePath(year.fileName);
+        if (data && data->size() >= bytesToKeepDownload) return ticket->answer(data);
+      }
+      downloads_->run(year, ticket);
+    });
+  };
+  return downloads_->download(year, std::move(take), request.mark, begin, request.looked);
+}
+
+bool TideDataProvider::takeMonth(const MonthRequest& request, const Data& data) {
+  if (!data || data->size() < bytesToKeepDownload) return false;
   const StationPtr& station = request.station;
-  downloadAndWait(
-      getTideDataEndpointForStation(station, request.year), request.fileName, [&](const Data& data) {
-        const bool usable = data && data->size() >= bytesToKeepDownload;
-        if (usable) {
-          diskCache_->evictForStation(*station->stationId);
-          _cache.addTideData(station->stationId,
-                             getHighLowTideDataFromNSData(data, station, request.year, request.month),
-                             calendarForStation(station));
-        }
-        if (request.notify) {
-          postOnMain(usable ? &TideDataProvider::notifyHighLowDataFetchComplete
-                            : &TideDataProvider::notifyHighLowDataFetchError,
-                     station, request.date);
-        }
-        _pendingOperations->end(request.key);
-      });
+  diskCache_->evictForStation(*station->stationId);
+  _cache.addTideData(station->stationId,
+                     getHighLowTideDataFromNSData(data, station, request.year, request.month),
+                     calendarForStation(station));
+  return true;
 }
 
 void TideDataProvider::notifyHighLowDataFetchComplete(UserInfo userInfo) {
-  host_.notifications->post({notifications::fetchCompleted, nullptr, std::move(userInfo)});
+  post(notifications::fetchCompleted, nullptr, std::move(userInfo));
 }
 
 void TideDataProvider::notifyHighLowDataFetchError(UserInfo userInfo) {
-  host_.notifications->post({notifications::fetchError, nullptr, std::move(userInfo)});
+  post(notifications::fetchError, nullptr, std::move(userInfo));
 }
 
 void TideDataProvider::postOnMain(void (TideDataProvider::*operation)(UserInfo), const StationPtr& station,
@@ -157,33 +183,67 @@ void TideDataProvider::fetchTideEventsForStation(const StationPtr& station, Date
   const std::int64_t fromYear = calendar.components(from).year;
   const std::int64_t toYear = calendar.components(to).year;
   if (toYear != fromYear) {
-    const std::string toFile = fileNameForStation(*station->stationId, toYear);
-    if (!files_->fileExistsInContainer(kGroupContainerName, toFile)) prefetchYear(station, toYear, toFile);
+    prefetchYear(station, toYear, fileNameForStation(*station->stationId, toYear));
   }
-  auto events = getTideDataByTimestamp(station, wholeSecondsOf(from), wholeSecondsOf(to));
-  if (events && events->size() > 1) return completion(std::move(events));
+  constexpr std::size_t enough = 2;
+  fetchRange(
+      station, from, to, enough,
+      [this, station, from, to](const Data& data) { return takeRange(station, from, to, data); },
+      std::move(completion));
+}
 
-  fetcher_->fetch(
-      getTideDataEndpointForStation(station, fromYear),
-      [this, scope = work_, station, from, to, done = std::move(completion)](const Data& data) mutable {
-        const auto entered = WorkScope::enter(scope);
-        if (!entered || !data || data->size() < bytesOfRangeTransfer) return done(std::nullopt);
-        finishRangeFetch(station, from, to, data, std::move(done));
-      });
+void TideDataProvider::fetchRange(const StationPtr& station, Date from, Date to, std::size_t enough,
+                                  UniqueFunction<std::optional<Events>(const Data&)> take,
+                                  EventsCompletion completion) {
+  const auto outstanding = outstanding_;
+  std::optional<std::uint64_t> number;
+  // Shared with what is dropped when memory and disk have to be looked at again.
+  const auto body = std::make_shared<decltype(take)>(std::move(take));
+  for (;;) {
+    const auto before = downloads_->now();
+    auto events = getTideDataByTimestamp(station, wholeSecondsOf(from), wholeSecondsOf(to));
+    if (events && events->size() >= enough) {
+      return number ? outstanding->call(*number, std::move(events)) : completion(std::move(events));
+    }
+    const std::int64_t year = calendarForStation(station).components(from).year;
+    const std::string url = getTideDataEndpointForStation(station, year);
+    if (!number) number = outstanding->add(std::move(completion));
+    const bool taken = downloads_->fetch(
+        url,
+        [scope = work_, outstanding, number = *number, body](YearDownloads::Share share) {
+          std::optional<Events> found;
+          if (const auto entered = WorkScope::enter(scope)) {
+            const Data& data = share.answer();
+            if (data && data->size() >= bytesOfRangeTransfer) found = (*body)(data);
+            share.letGo();
+          }
+          if (found && found->empty()) found = std::nullopt;
+          outstanding->call(number, std::move(found));
+        },
+        before);
+    if (taken) return;
+  }
 }
 
 void TideDataProvider::prefetchYear(const StationPtr& station, std::int64_t year,
                                     const std::string& fileName) {
-  fetcher_->fetch(getTideDataEndpointForStation(station, year),
-                  [this, scope = work_, fileName](const Data& data) {
-                    const auto entered = WorkScope::enter(scope);
-                    if (!entered || !data || data->size() < bytesOfRangeTransfer) return;
-                    files_->saveFileInContainer(kGroupContainerName, fileName, *data);
-                  });
+  for (;;) {
+    const auto before = downloads_->now();
+    if (files_->fileExistsInContainer(kGroupContainerName, fileName)) return;
+    const bool taken = downloads_->fetch(
+        getTideDataEndpointForStation(station, year),
+        [this, scope = work_, fileName](YearDownloads::Share share) {
+          if (const auto entered = WorkScope::enter(scope)) {
+            keepDownload(share.answer(), fileName, bytesOfRangeTransfer);
+          }
+        },
+        before);
+    if (taken) return;
+  }
 }
 
-void TideDataProvider::finishRangeFetch(const StationPtr& station, Date from, Date to, const Data& data,
-                                        EventsCompletion completion) {
+std::optional<TideDataProvider::Events> TideDataProvider::takeRange(const StationPtr& station, Date from,
+                                                                    Date to, const Data& data) {
   const std::string& stationId = *station->stationId;
   const Calendar calendar = calendarForStation(station);
   const CivilTime first = calendar.components(from);
@@ -191,7 +251,7 @@ void TideDataProvider::finishRangeFetch(const StationPtr& station, Date from, Da
   files_->saveFileInContainer(kGroupContainerName, fileNameForStation(stationId, first.year), *data);
   diskCache_->evictForStation(stationId);
   const Data document = documentOfFile(data);
-  const auto take = [&](std::int64_t year, int month) {
+  const auto takeMonth = [&](std::int64_t year, int month) {
     const auto events = getHighLowTideDataFromNSData(document, station, year, month);
     _cache.addTideData(station->stationId, events, calendar);
     // Of another year the document holds the margin at most, and a month file of that would hide the month.
@@ -199,10 +259,9 @@ void TideDataProvider::finishRangeFetch(const StationPtr& station, Date from, Da
       diskCache_->cacheEvents(*events, stationId, year, month);
     }
   };
-  take(first.year, first.month);
-  if (!isSameMonth(first, last)) take(last.year, last.month);
-  auto events = eventsOfMonths(stationId, first, last, wholeSecondsOf(from), wholeSecondsOf(to));
-  completion(events.empty() ? std::nullopt : std::optional(std::move(events)));
+  takeMonth(first.year, first.month);
+  if (!isSameMonth(first, last)) takeMonth(last.year, last.month);
+  return eventsOfMonths(stationId, first, last, wholeSecondsOf(from), wholeSecondsOf(to));
 }
 
 // --- Refreshes and favourites ---
@@ -210,39 +269,65 @@ void TideDataProvider::finishRangeFetch(const StationPtr& station, Date from, Da
 void TideDataProvider::queueRefreshDataTaskForStation(const StationPtr& station) {
   if (!station || !station->stationId) return;
   registerIfUnknown(station);
-  const std::string key = *station->stationId;
-  if (!_pendingOperations->begin(key)) return;
-  enqueue(_downloadqueue, [this, station, key] {
-    if (station->isGlobal) {
-      refreshGlobalStation(station, key);
+  const auto mark = _pendingOperations->begin(*station->stationId);
+  if (!mark) return;
+  enqueue(_downloadqueue, [this, request = RefreshRequest{station, mark, {}}]() mutable {
+    request.now = host_.clock->now();
+    if (request.station->isGlobal) {
+      refreshGlobalStation(request);
     } else {
-      refreshDataForStation(station, key);
+      refreshDataForStation(request);
     }
   });
 }
 
-void TideDataProvider::refreshDataForStation(const StationPtr& station, const std::string& key) {
-  const Date now = host_.clock->now();
+void TideDataProvider::refreshDataForStation(const RefreshRequest& request) {
+  const StationPtr& station = request.station;
+  const CivilTime when = calendarForStation(station).components(request.now);
+  const YearDownloads::Year year{getTideDataEndpointForStation(station, when.year),
+                                 fileNameForStation(*station->stationId, when.year)};
+  auto take = [this, scope = work_, request](YearDownloads::Share share) mutable {
+    const auto entered = WorkScope::enter(scope);
+    if (!entered) return;
+    enqueue(_loadqueue, [this, request = std::move(request), taken = std::move(share)]() mutable {
+      const bool usable = takeRefresh(request, taken.answer());
+      const std::size_t size = taken.answer() ? taken.answer()->size() : 0;
+      taken.letGo();
+      // First, so that who asks again when told is not taken for a double.
+      request.mark->end();
+      if (usable) {
+        postOnMain(&TideDataProvider::notifyHighLowDataFetchComplete, request.station, request.now);
+      } else {
+        tellOfFailedRefresh(*request.station->stationId, size);
+      }
+    });
+  };
+  YearDownloads::Ticket first;
+  const auto downloads = downloads_;
+  static_cast<void>(downloads->download(year, std::move(take), request.mark,
+                                        [&](YearDownloads::Ticket ticket) { first = std::move(ticket); }));
+  if (first) downloads->run(year, first);
+}
+
+bool TideDataProvider::takeRefresh(const RefreshRequest& request, const Data& data) {
+  if (!data || data->size() < bytesToUseDownload) return false;
+  const StationPtr& station = request.station;
+  const std::string& stationId = *station->stationId;
   const Calendar calendar = calendarForStation(station);
-  const CivilTime when = calendar.components(now);
-  const std::string url = getTideDataEndpointForStation(station, when.year);
-  downloadAndWait(url, fileNameForStation(*station->stationId, when.year), [&](const Data& data) {
-    if (data && data->size() >= bytesToUseDownload) {
-      diskCache_->evictForStation(*station->stationId);
-      const auto events = getHighLowTideDataFromNSData(data, station, when.year, when.month);
-      _cache.removeTideData(*station->stationId, when.year, when.month);
-      if (events) forgetFilledMonths(*station->stationId, *events, when.year, calendar);
-      _cache.addTideData(station->stationId, events, calendar);
-      postOnMain(&TideDataProvider::notifyHighLowDataFetchComplete, station, now);
-    } else {
-      std::string message =
-          fmt::format("Error refreshing tide data for station id '{}'. Size:{}. Contact {} for support.",
-                      *station->stationId, data ? data->size() : 0, host_.settings.supportEmail);
-      host_.notifications->post(
-          {notifications::refreshFailed, nullptr, UserInfo{{"error", std::move(message)}}});
-    }
-    _pendingOperations->end(key);
-  });
+  const CivilTime when = calendar.components(request.now);
+  diskCache_->evictForStation(stationId);
+  const auto events = getHighLowTideDataFromNSData(data, station, when.year, when.month);
+  _cache.removeTideData(stationId, when.year, when.month);
+  if (events) forgetFilledMonths(stationId, *events, when.year, calendar);
+  _cache.addTideData(station->stationId, events, calendar);
+  return true;
+}
+
+void TideDataProvider::tellOfFailedRefresh(const std::string& stationId, std::size_t size) {
+  std::string message =
+      fmt::format("Error refreshing tide data for station id '{}'. Size:{}. Contact {} for support.",
+                  stationId, size, host_.settings.supportEmail);
+  post(notifications::refreshFailed, nullptr, UserInfo{{"error", std::move(message)}});
 }
 
 void TideDataProvider::forgetFilledMonths(const std::string& stationId, const Events& events,
@@ -273,25 +358,32 @@ void TideDataProvider::verifyAndDownloadFavoriteStationData(const StationPtr& st
   for (const std::string& yearText : yearsForFavoriteDownload()) {
     const std::int64_t year = lenientInteger(yearText);
     if (station->isGlobal) {
-      queueGlobalYear(station, year, host_.clock->now(), false);
+      const Date now = host_.clock->now();
+      queueGlobalYear(station, now, year, calendarForStation(station).components(now).month, false);
       continue;
     }
     const std::string fileName = fileNameForStation(*station->stationId, year);
+    const std::string url = getTideDataEndpointForStation(station, year);
     if (files_->fileExistsInContainer(kGroupContainerName, fileName) || files_->fileExists(fileName))
       continue;
-    if (!_pendingOperations->begin(fileName)) continue;
+    if (downloads_->isUnderWay({url, fileName})) continue;
+    auto mark = _pendingOperations->begin(fileName);
+    if (!mark) continue;
     enqueue(_downloadqueue,
-            [this, fileName, station, year] { downloadForFavorite(fileName, station, year); });
+            [this, url, fileName, mark = std::move(mark)] { downloadForFavorite(url, fileName); });
   }
 }
 
-void TideDataProvider::downloadForFavorite(const std::string& fileName, const StationPtr& station,
-                                           std::int64_t year) {
-  const Data data = fetcher_->fetchAndWait(getTideDataEndpointForStation(station, year));
-  if (data && data->size() >= bytesOfFavorite) {
-    files_->saveFileInContainer(kGroupContainerName, fileName, *data);
+void TideDataProvider::downloadForFavorite(const std::string& url, const std::string& fileName) {
+  for (;;) {
+    const auto before = downloads_->now();
+    // What was under way when this was asked for may have brought it.
+    if (files_->fileExistsInContainer(kGroupContainerName, fileName)) return;
+    if (auto share = downloads_->fetchAndWait(url, before)) {
+      keepDownload(share->answer(), fileName, bytesOfFavorite);
+      return;
+    }
   }
-  _pendingOperations->end(fileName);
 }
 
 }  // namespace marlune

@@ -4,8 +4,6 @@
 
 #include <utility>
 
-#include "marlune/platform/HttpFetcher.h"
-#include "marlune/platform/WorkScope.h"
 #include "marlune/providers/AdmiraltyEvents.h"
 #include "marlune/providers/AdmiraltyStationFile.h"
 #include "marlune/providers/AustralianStationFile.h"
@@ -195,16 +193,7 @@ Data TideDataProviderUK::loadDataAtFilePath(std::string_view fileName) {
 
 void TideDataProviderUK::loadDataAtURL(const std::string& url, const std::string& fileName,
                                        DataCompletion completion) {
-  fetcher().fetch(url, [this, scope = workScope(), begun = host().clock->monotonic(), fileName,
-                        done = std::move(completion)](Data data) mutable {
-    const auto entered = WorkScope::enter(scope);
-    done(entered ? keepDownload(std::move(data), fileName, bytesOfRangeTransfer, begun) : nullptr);
-  });
-}
-
-void TideDataProviderUK::downloadAndWait(const std::string& url, const std::string& fileName,
-                                         DataCompletion completion) {
-  completion(downloadAndKeep(url, fileName, bytesOfRangeTransfer));
+  downloadAndKeepLater(url, fileName, bytesOfRangeTransfer, std::move(completion));
 }
 
 std::vector<std::string> TideDataProviderUK::yearsForFavoriteDownload() const {
@@ -218,20 +207,15 @@ void TideDataProviderUK::fetchTideEventsForStation(const StationPtr& station, Da
                                                    EventsCompletion completion) {
   if (!station || !station->stationId) return completion(std::nullopt);
   if (station->isGlobal) return fetchGlobalTideEventsForStation(station, from, to, std::move(completion));
-  auto events = getTideDataByTimestamp(station, wholeSecondsOf(from), wholeSecondsOf(to));
-  if (events && !events->empty()) return completion(std::move(events));
-
   const std::int64_t year = calendarForStation(station).components(from).year;
-  fetcher().fetch(
-      getTideDataEndpointForStation(station, year),
-      [this, scope = workScope(), station, from, to, fileName = fileNameForStation(*station->stationId, year),
-       done = std::move(completion)](const Data& data) mutable {
-        const auto entered = WorkScope::enter(scope);
-        if (!entered || !data || data->size() < bytesOfRangeTransfer) return done(std::nullopt);
+  constexpr std::size_t enough = 1;
+  fetchRange(
+      station, from, to, enough,
+      [this, station, from, to, fileName = fileNameForStation(*station->stationId, year)](const Data& data) {
         takeFetchedYear(station, from, to, fileName, data);
-        auto fetched = getTideDataByTimestamp(station, wholeSecondsOf(from), wholeSecondsOf(to));
-        done(fetched && !fetched->empty() ? std::move(fetched) : std::nullopt);
-      });
+        return getTideDataByTimestamp(station, wholeSecondsOf(from), wholeSecondsOf(to));
+      },
+      std::move(completion));
 }
 
 void TideDataProviderUK::takeFetchedYear(const StationPtr& station, Date from, Date to,

@@ -80,9 +80,6 @@ class MARLUNE_API TideDataProviderUK : public TideDataProvider {
 
  protected:
   bool readStationList() override;
-  /// The waiting twin of loadDataAtURL(): everything happens on the calling thread, before it returns.
-  void downloadAndWait(const std::string& url, const std::string& fileName,
-                       DataCompletion completion) override;
   Events inProviderUnit(const TideStation& station, Events events) const override;
 
  private:

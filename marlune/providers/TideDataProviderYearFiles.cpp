@@ -2,8 +2,10 @@
 
 #include <utility>
 
-#include "marlune/platform/HttpFetcher.h"
+#include "marlune/platform/OnceCompletion.h"
+#include "marlune/platform/WorkScope.h"
 #include "marlune/providers/TideDataProvider.h"
+#include "marlune/providers/YearDownloads.h"
 #include "marlune/providers/YearFileMemo.h"
 #include "marlune/providers/YearFileRules.h"
 #include "marlune/tides/LevelUnits.h"
@@ -88,27 +90,49 @@ void TideDataProvider::loadDataAtURL(const std::string& url, const std::string& 
 
 Data TideDataProvider::downloadAndKeep(const std::string& url, const std::string& fileName,
                                        std::size_t atLeast) {
+  const auto entered = WorkScope::enter(work_);
+  if (!entered) return nullptr;
   const auto begun = host_.clock->monotonic();
-  return keepDownload(fetcher_->fetchAndWait(url), fileName, atLeast, begun);
+  auto share = downloads_->fetchAndWait(url);
+  const double seconds = secondsSince(begun);
+  Data kept = keepDownload(share->answer(), fileName, atLeast);
+  share->letGo();
+  downloadEnded(url, fileName, kept != nullptr, seconds);
+  return kept;
 }
 
-Data TideDataProvider::keepDownload(Data data, const std::string& fileName, std::size_t atLeast,
-                                    std::chrono::nanoseconds begun) {
-  const double seconds = std::chrono::duration<double>(host_.clock->monotonic() - begun).count();
-  const bool accepted = data && data->size() >= atLeast;
-  if (accepted) {
-    files_->saveFileInContainer(kGroupContainerName, fileName, *data);
-  } else {
-    data = nullptr;
-  }
-  host_.notifications->post({accepted ? notifications::downloaded : notifications::downloadFailed, this,
-                             UserInfo{{"filename", fileName}, {"duration", seconds}}});
+void TideDataProvider::downloadAndKeepLater(const std::string& url, const std::string& fileName,
+                                            std::size_t atLeast, DataCompletion completion) {
+  auto take = [this, scope = work_, url, fileName, atLeast, begun = host_.clock->monotonic(),
+               done = OnceCompletion<Data>(std::move(completion))](YearDownloads::Share share) mutable {
+    const auto entered = WorkScope::enter(scope);
+    if (!entered) return done(nullptr);
+    const double seconds = secondsSince(begun);
+    Data kept = keepDownload(share.answer(), fileName, atLeast);
+    share.letGo();
+    downloadEnded(url, fileName, kept != nullptr, seconds);
+    done(std::move(kept));
+  };
+  static_cast<void>(downloads_->fetch(url, std::move(take)));  // not asked after a look: it is always taken
+}
+
+double TideDataProvider::secondsSince(std::chrono::nanoseconds begun) const {
+  return std::chrono::duration<double>(host_.clock->monotonic() - begun).count();
+}
+
+Data TideDataProvider::keepDownload(const Data& data, const std::string& fileName, std::size_t atLeast) {
+  if (!data || data->size() < atLeast) return nullptr;
+  files_->saveFileInContainer(kGroupContainerName, fileName, *data);
   return data;
 }
 
-void TideDataProvider::downloadAndWait(const std::string& url, const std::string& fileName,
-                                       DataCompletion completion) {
-  loadDataAtURL(url, fileName, std::move(completion));
+void TideDataProvider::downloadEnded(const std::string& url, const std::string& fileName, bool kept,
+                                     double seconds) {
+  // First, so that who is told and asks again is not taken for a double of what has failed, and does not wait
+  // for this very thread.
+  downloads_->ended({url, fileName}, !kept);
+  post(kept ? notifications::downloaded : notifications::downloadFailed, this,
+       UserInfo{{"filename", fileName}, {"duration", seconds}});
 }
 
 void TideDataProvider::saveDefaultStationFileFromBundle() {
@@ -124,8 +148,11 @@ void TideDataProvider::saveDefaultStationFileFromBundle() {
 
 bool TideDataProvider::loadMonthFromContainer(const StationPtr& station, const std::string& fileName,
                                               std::int64_t year, int month, std::optional<Events>& events) {
-  const Data data = loadDataAtFilePath(fileName);
-  if (!data && !files_->fileExistsInContainer(kGroupContainerName, fileName)) return false;
+  Data data = loadDataAtFilePath(fileName);
+  if (!data) {
+    if (!files_->fileExistsInContainer(kGroupContainerName, fileName)) return false;
+    data = loadDataAtFilePath(fileName);  // it may have come this moment
+  }
   events = getHighLowTideDataFromNSData(data, station, year, month);
   _cache.addTideData(station->stationId, events, calendarForStation(station));
   return true;
@@ -142,6 +169,8 @@ bool TideDataProvider::loadMonthFromDocuments(const StationPtr& station, const s
 }
 
 bool TideDataProvider::populateCacheForStation(const StationPtr& station, std::int64_t year, int month) {
+  const auto entered = WorkScope::enter(work_);
+  if (!entered) return false;
   FailedYears failed;
   return populateMonth(station, year, month, failed);
 }
@@ -172,32 +201,43 @@ std::optional<TideDataProvider::Events> TideDataProvider::tideEventsForStation(c
                                                                                std::int64_t beginTs,
                                                                                std::int64_t endTs) {
   if (!station || !station->stationId) return std::nullopt;
+  const auto scope = work_;
+  const auto entered = WorkScope::enter(scope);
+  if (!entered) return std::nullopt;
   registerIfUnknown(station);
-  std::optional<Events> events;
-  MonthList cached = _cache.getTideData(*station->stationId, year, month);
-  const bool usable = cached && cached->size() > eventsToUseMonth;
-  if (!usable && station->isGlobal) {
-    if (ensureGlobalYearCached(station, year)) cached = _cache.getTideData(*station->stationId, year, month);
-  } else if (!usable) {
-    const std::string fileName = fileNameForStation(*station->stationId, year);
-    const bool onDisk = loadMonthFromContainer(station, fileName, year, month, events) ||
-                        loadMonthFromDocuments(station, fileName, year, month, events);
-    // A file without a single event of the month is as good as none: an error page that was large enough to
-    // be kept would otherwise stay for ever.
-    if (!onDisk || !events || events->empty()) {
-      downloadAndWait(getTideDataEndpointForStation(station, year), fileName, [&](const Data& data) {
-        if (!data || data->size() < bytesToUseDownload) return;
-        events = getHighLowTideDataFromNSData(data, station, year, month);
-        _cache.addTideData(station->stationId, events, calendarForStation(station));
-      });
+  for (;;) {
+    const auto before = downloads_->now();
+    std::optional<Events> events;
+    MonthList cached = _cache.getTideData(*station->stationId, year, month);
+    const bool usable = cached && cached->size() > eventsToUseMonth;
+    if (!usable && station->isGlobal) {
+      if (ensureGlobalYearCached(station, year))
+        cached = _cache.getTideData(*station->stationId, year, month);
+    } else if (!usable) {
+      const std::string fileName = fileNameForStation(*station->stationId, year);
+      const bool onDisk = loadMonthFromContainer(station, fileName, year, month, events) ||
+                          loadMonthFromDocuments(station, fileName, year, month, events);
+      // A file without a single event of the month is as good as none: an error page that was large enough to
+      // be kept would otherwise stay for ever.
+      if (!onDisk || !events || events->empty()) {
+        auto share =
+            downloads_->downloadAndWait({getTideDataEndpointForStation(station, year), fileName}, before);
+        if (scope->isClosed()) return std::nullopt;
+        if (!share) continue;  // something has come since the look at memory and disk
+        const Data& data = share->answer();
+        if (data && data->size() >= bytesToUseDownload) {
+          events = getHighLowTideDataFromNSData(data, station, year, month);
+          _cache.addTideData(station->stationId, events, calendarForStation(station));
+        }
+      }
+      if (onDisk || events) {
+        if (!events || events->empty()) return std::nullopt;
+        return filterEventsToDate(*events, beginTs, endTs);
+      }
     }
-    if (onDisk || events) {
-      if (!events || events->empty()) return std::nullopt;
-      return filterEventsToDate(*events, beginTs, endTs);
-    }
+    if (!cached || cached->empty()) return std::nullopt;
+    return filterEventsToDate(*cached, beginTs, endTs);
   }
-  if (!cached || cached->empty()) return std::nullopt;
-  return filterEventsToDate(*cached, beginTs, endTs);
 }
 
 MonthList TideDataProvider::getTideData(std::string_view stationId, std::int64_t year, int month) const {
@@ -207,6 +247,8 @@ MonthList TideDataProvider::getTideData(std::string_view stationId, std::int64_t
 std::optional<TideDataProvider::Events> TideDataProvider::getTideDataByTimestamp(std::string_view stationId,
                                                                                  std::int64_t begin,
                                                                                  std::int64_t end) {
+  const auto entered = WorkScope::enter(work_);
+  if (!entered) return std::nullopt;
   FailedYears failed;
   return rangeFromMemory(getTideStationById(stationId), stationId, begin, end, failed);
 }
@@ -215,6 +257,8 @@ std::optional<TideDataProvider::Events> TideDataProvider::getTideDataByTimestamp
                                                                                  std::int64_t begin,
                                                                                  std::int64_t end) {
   if (!station || !station->stationId) return std::nullopt;
+  const auto entered = WorkScope::enter(work_);
+  if (!entered) return std::nullopt;
   loadStationData();
   FailedYears failed;
   return rangeFromMemory(station, *station->stationId, begin, end, failed);

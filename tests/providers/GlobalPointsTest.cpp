@@ -85,6 +85,41 @@ TEST_F(GlobalPointsTest, TheStoredCopyIsPublishedAtOnceAndTheFreshOneReplacesIt)
   EXPECT_EQ(fake.http->requests().size(), 1U) << "what is published is not loaded again";
 }
 
+/// A factory whose queue of that name keeps its jobs until it is let go.
+class HeldQueue : public ExecutorFactory, public Executor, public std::enable_shared_from_this<HeldQueue> {
+ public:
+  HeldQueue(std::shared_ptr<ExecutorFactory> others, std::string name)
+      : others_(std::move(others)), name_(std::move(name)) {}
+  std::shared_ptr<Executor> makeQueue(std::string_view name, std::size_t concurrency) override {
+    return name == name_ ? shared_from_this() : others_->makeQueue(name, concurrency);
+  }
+  void post(Job job) override { jobs_.push_back(std::move(job)); }
+  void letGo() {
+    for (auto& job : std::exchange(jobs_, {})) job();
+  }
+
+ private:
+  const std::shared_ptr<ExecutorFactory> others_;
+  const std::string name_;
+  std::vector<Job> jobs_;
+};
+
+TEST_F(GlobalPointsTest, AStoredCopyThatComesLateReplacesNothing) {
+  Host host = fake.host();
+  const auto disk = std::make_shared<HeldQueue>(host.executors, "tide-utility");
+  host.executors = disk;
+  provider = std::make_unique<TideDataProvider>(host, files, months, service);
+  fake.http->script(pointsAddress, answerOf(points({3, 4})));
+  provider->loadGlobalStationPointsIfNeeded(completions.once("load"));
+  ASSERT_TRUE(fake.settle());
+  EXPECT_EQ(namesOf(seen.take()), Names{loaded});
+  store(points({1}));
+  disk->letGo();
+  ASSERT_TRUE(fake.settle());
+  EXPECT_TRUE(seen.take().empty());
+  EXPECT_EQ(idsOf(*provider->globalStations()), "global_3 global_4 ");
+}
+
 TEST_F(GlobalPointsTest, AFailedLoadIsTriedAgain) {
   const std::string american = points({1}, R"(,"country":"US")");
   for (const auto& body : {std::string("[]"), std::string("{"), american}) {

@@ -75,11 +75,15 @@ TEST_F(GlobalYearsTest, OneLoadAStationAndYearWhoeverAsks) {
   fake.http->hold(yearAddress(2024));
   script(2025, "", 500);
   provider->verifyAndDownloadFavoriteStationData(point);  // 2024 and 2025
-  provider->beginGetHighLowTideData(point, dateAt(2024, 5, 20), nullptr, true);
+  for (const int day : {20, 21}) {
+    provider->beginGetHighLowTideData(point, dateAt(2024, 5, day), nullptr, true);
+  }
+  provider->beginGetHighLowTideData(point, dateAt(2024, 6, 20), nullptr, true);
   provider->verifyAndDownloadFavoriteStationData(point);
   ASSERT_TRUE(fake.http->waitForRequests(2));
   fake.http->answer(yearAddress(2024), answerOf(yearAnswer(2024)));
-  EXPECT_EQ(namesOf(settled()), Names{begun}) << "the load that is under way tells nobody";
+  EXPECT_EQ(namesOf(settled()), (Names{begun, begun, begun, completed, completed}))
+      << "a load that tells nobody is joined, and a month is told of once";
   EXPECT_LE(fake.http->requests().size(), 3U);
   EXPECT_EQ(inMemory(2024, 5), 30U);
 }

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <atomic>
+#include <set>
 
 #include "providers/ProviderTest.h"
 
@@ -93,16 +94,57 @@ TEST_F(RequestsTest, ADownloadEndsInCompletedOrError) {
   EXPECT_FALSE(months->cachedEvents("7", 2024, 9)) << "a new year evicts the station's months";
 }
 
-TEST_F(RequestsTest, EqualRequestsAreOne) {
+TEST_F(RequestsTest, EqualRequestsAreOneAndOtherMonthsOfTheYearAreToldToo) {
   fake.http->hold(address(2024));
+  begin(dateAt(2024, 7, 1), false);
   for (int i = 0; i < 3; ++i) begin(dateAt(2024, 5, 20));
-  begin(dateAt(2024, 6, 20));  // the same file
+  begin(dateAt(2024, 6, 20));
+  begin(dateAt(2024, 7, 20));  // the one under way tells nobody
   ASSERT_TRUE(fake.http->waitForRequests(1));
   fake.http->answer(address(2024), answerOf(document(2024, 31)));
-  EXPECT_EQ(namesOf(settled()), (Names{begun, begun, begun, begun, "downloadedTideData", completed}));
+  auto posted = settled();
+  ASSERT_EQ(namesOf(posted), (Names{begun, begun, begun, begun, begun, "downloadedTideData", completed,
+                                    completed, completed}));
+  std::set<Date> dates;
+  for (std::size_t i = 6; i < posted.size(); ++i) {
+    dates.insert(std::any_cast<Date>(posted[i].userInfo->at("date")));
+  }
+  EXPECT_EQ(dates, (std::set{dateAt(2024, 5, 20), dateAt(2024, 6, 20), dateAt(2024, 7, 20)}));
+  for (const int month : {5, 6, 7}) EXPECT_EQ(inMemory(2024, month), 31U);
   EXPECT_EQ(fake.http->requests().size(), 1U);
-  begin(dateAt(2024, 6, 20));
+  provider->clearCache();
+  begin(dateAt(2024, 5, 20));
   EXPECT_EQ(namesOf(settled()), (Names{begun, completed})) << "the key is free again";
+}
+
+TEST_F(RequestsTest, AMonthIsToldOfWhereAFavouritesDownloadOrARefreshHasItsYear) {
+  for (const bool refreshes : {false, true}) {
+    SCOPED_TRACE(refreshes);
+    fake.http->hold(address(2024));
+    fake.http->script(address(2025), answerOf(padded(50)));
+    const auto asked = fake.http->requests().size();
+    if (refreshes) {
+      provider->queueRefreshDataTaskForStation(station);
+    } else {
+      provider->verifyAndDownloadFavoriteStationData(station);  // this year's and the next one's
+    }
+    ASSERT_TRUE(fake.http->waitForRequests(asked + (refreshes ? 1 : 2)));
+    begin(dateAt(2024, 5, 20));
+    begin(dateAt(2024, 6, 20));
+    provider->verifyAndDownloadFavoriteStationData(station);
+    // A year that is long enough for a favourite, and too short for a month.
+    fake.http->answer(address(2024), answerOf(padded(refreshes ? 2501 : 2500)));
+    allowLog("addTideData");
+    Names names = namesOf(settled());
+    const auto count = [&](const char* name) { return std::count(names.begin(), names.end(), name); };
+    EXPECT_EQ(count(begun), 2);
+    EXPECT_EQ(count(failed), refreshes ? 0 : 2);
+    EXPECT_EQ(count(completed), refreshes ? 3 : 0) << "the refresh tells of itself";
+    EXPECT_EQ(count("downloadedTideData"), refreshes ? 1 : 0);
+    EXPECT_EQ(kept(2024)->size(), refreshes ? 2501U : 2500U) << "each who asks judges by a rule of its own";
+    files->removeFileInContainer(kGroupContainerName, fileName(2024));
+    provider->clearCache();
+  }
 }
 
 TEST_F(RequestsTest, APoorFileIsDeletedAndRefreshed) {
@@ -117,6 +159,22 @@ TEST_F(RequestsTest, APoorFileIsDeletedAndRefreshed) {
     EXPECT_EQ(std::any_cast<Date>(posted.back().userInfo->at("date")), dateFromSeconds(noon));
     EXPECT_EQ(inMemory(2024, 5), 31U) << "a refresh brings the current month";
     EXPECT_EQ(*kept(2024), document(2024, 31, 5.0));
+  }
+}
+
+TEST_F(RequestsTest, AStoredYearOf2500BytesIsTakenAndAShorterOneIsNot) {
+  for (const std::size_t size : {2500U, 2499U}) {
+    std::string year = "<t>";
+    for (int i = 0; i < 30; ++i) year += fmt::format(R"(<e t="{}" l="1" w="H"/>)", at(2024, 3, 2, i));
+    year += "</t>";
+    year.resize(size, ' ');
+    provider->clearCache();
+    keep(2024, year);
+    fake.http->script(address(2024), answerOf(document(2024, 31)));
+    begin(dateAt(2024, 3, 20));
+    EXPECT_EQ(namesOf(settled()),
+              size == 2500 ? (Names{begun, completed}) : (Names{begun, "downloadedTideData", completed}));
+    EXPECT_EQ(inMemory(2024, 3), size == 2500 ? 30U : 0U);
   }
 }
 
@@ -217,7 +275,7 @@ TEST_F(RequestsTest, DestroyedWithWorkInFlightItCallsEveryCompletionOnce) {
                                           once();
                                         });
   }
-  ASSERT_TRUE(fake.http->waitForRequests(6));
+  ASSERT_TRUE(fake.http->waitForRequests(3));  // one an address
   provider.reset();
   EXPECT_EQ(completions.outstanding(), 0U);
   seen.take();

@@ -76,6 +76,61 @@ TEST_F(FavoriteMergeTest, GivesWayToASaveInBetween) {
   EXPECT_EQ(listed(), (Ids{"last", "theirs"}));
 }
 
+TEST_F(FavoriteMergeTest, KeepsAPointThatIsListedAgainWhileItIsDropped) {
+  process.change({"global_1", "global_2"}, {});
+  favorites.SaveToDisk();
+  other.favorites.LoadFromDisk();
+  const auto listAgain = [&] {
+    other.change({"global_1"}, {});
+    other.favorites.SaveToDisk();
+  };
+  // Between the list and the archive; then between the last look at the list and the archive's own file.
+  process.change({}, {"global_1"});
+  system->afterWrite = listAgain;
+  favorites.SaveToDisk();
+  EXPECT_EQ(archivedIn(stored(archive)), (Ids{"global_1", "global_2"}));
+  process.change({"a"}, {});
+  favorites.SaveToDisk();
+  EXPECT_EQ(process.ids(), (Ids{"a", "global_1", "global_2"}));
+  process.change({}, {"global_1"});
+  system->beforeWrite = [&] { system->beforeWrite = listAgain; };
+  favorites.SaveToDisk();
+  EXPECT_EQ(listed(), (Ids{"a", "global_1", "global_2"}));
+  EXPECT_EQ(archivedIn(stored(archive)), (Ids{"global_1", "global_2"}));
+}
+
+TEST_F(FavoriteMergeTest, ARemovalOutlivesASaveThatFailed) {
+  store(list, listOf({"a", "b"}));  // neither of which this process has seen
+  process.change({}, {"a"});
+  system->isFull = true;
+  favorites.SaveToDisk();
+  system->isFull = false;
+  EXPECT_EQ(listed(), (Ids{"a", "b"}));
+  process.change({"c"}, {});
+  favorites.SaveToDisk();
+  EXPECT_EQ(listed(), (Ids{"b", "c"}));
+  EXPECT_EQ(process.ids(), (Ids{"b", "c"}));
+}
+
+TEST_F(FavoriteMergeTest, ItsTurnIsOverBeforeOthersAreCalled) {
+  store(list, listOf({"b"}));
+  bool isAsked = false;
+  process.asked = [&](const std::string&) {
+    isAsked = true;
+    EXPECT_EQ(system->turns, 0);
+  };
+  const auto observation = fake.notifications->observe(
+      "TideFavoriteList", [&](const Notification&) { EXPECT_EQ(system->turns, 0); });
+  process.change({"a"}, {});
+  favorites.SaveToDisk();
+  EXPECT_TRUE(isAsked);
+  store(archive, {});
+  process.change({"global_1"}, {});
+  favorites.saveGlobalFavorites();
+  EXPECT_EQ(archivedIn(stored(archive)), Ids{"global_1"});
+  EXPECT_EQ(system->turns, 0);
+}
+
 TEST_F(FavoriteMergeTest, SavesWhileTheProviderLoads) {
   // The save waits for the provider, which is still loading and ends by loading and saving the favourites.
   store(list, listOf({"a"}));

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <functional>
 #include <iterator>
 #include <map>
@@ -108,10 +109,20 @@ struct Meddled : MemoryFileSystem {
                            Durability durability, const std::optional<FileIdentity>& expected) override {
     if (const auto before = std::exchange(beforeWrite, nullptr)) before();
     EXPECT_EQ(durability, Durability::userData);
+    EXPECT_GT(turns, 0) << "nobody else is kept out";
     if (isFull) return Outcome::failed;
-    return MemoryFileSystem::writeIfUnchanged(folder, path, bytes, durability, expected);
+    const auto outcome = MemoryFileSystem::writeIfUnchanged(folder, path, bytes, durability, expected);
+    if (const auto after = std::exchange(afterWrite, nullptr)) after();
+    return outcome;
   }
+  Turn takeTurn(const std::string& folder) override {
+    EXPECT_TRUE(folder.starts_with("/data")) << folder;
+    ++turns;
+    return {this, [](Meddled* system) { --system->turns; }};
+  }
+  std::atomic<int> turns = 0;         // that are held
   std::function<void()> beforeWrite;  // called once
+  std::function<void()> afterWrite;   // called once
   bool isFull = false;
 };
 

@@ -106,6 +106,22 @@ TEST(TideCurve, HugeSpansEndQuickly) {
           ->size(),
       7U);
   EXPECT_EQ(pointsByDate(wide, most, nullptr)->size(), 3U);
+  const auto few = orderedPoints(wide, 1, nullptr, dateFromSeconds(0), 3);
+  ASSERT_EQ(few->size(), 3U) << "the caller's maximum is enough";
+  EXPECT_EQ(few->front().date, dateFromSeconds(0));
+}
+
+TEST(TideCurve, EventsOfSeveralListsComeInOrder) {
+  const Events may{{10, 1, true}, {30, 2, false}, {30, 3, true}};
+  const Events june{{40, 4, false}, {50, 5, true}};
+  const Events both{may[0], may[1], may[2], june[0], june[1]};
+  EXPECT_EQ(eventsBetween({may, june}, 10, 50), both) << "both ends count";
+  EXPECT_EQ(eventsBetween({june, may}, 10, 50), both) << "whichever was loaded first";
+  EXPECT_EQ(eventsBetween({may, june}, 11, 49), Events(both.begin() + 1, both.end() - 1));
+  // Within a month out of order; of one time, the order of the lists stays.
+  EXPECT_EQ(eventsBetween({Events{may[1], may[0]}, Events{may[2]}}, 0, 99),
+            Events(both.begin(), both.begin() + 3));
+  EXPECT_TRUE(eventsBetween({may, june}, 31, 39).empty());
 }
 
 TEST(TideCurve, LevelAtAnInstant) {

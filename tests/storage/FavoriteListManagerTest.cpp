@@ -146,6 +146,17 @@ TEST_F(FavoriteListManagerTest, UsesWhatCanBeReadOfADamagedList) {
   EXPECT_EQ(listed(), (Ids{"a", "global_9"})) << "the archive still tells of the points";
 }
 
+TEST_F(FavoriteListManagerTest, PutsAnUnreadableListAside) {
+  store(list, listOf({"a"}));
+  system->unreadable = list;
+  favorites.LoadFromDisk();
+  process.change({"b"}, {});
+  favorites.SaveToDisk();
+  system->unreadable = "none";
+  EXPECT_EQ(listed(), Ids{"b"});
+  EXPECT_EQ(idsOf(stored(std::string(list) + ".damaged")), Ids{"a"});
+}
+
 TEST_F(FavoriteListManagerTest, PutsADamagedArchiveAside) {
   const Bytes one = *KeyedArchiver::archive(KeyedArchiver::object("TideStation", *stationOf("global_1")));
   for (const Bytes& bytes : {one, one.substr(0, one.size() / 2), listOf({"global_1"})}) {

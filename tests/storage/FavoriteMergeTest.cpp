@@ -15,6 +15,7 @@ TEST_F(FavoriteMergeTest, MergesWithWhatOthersSaved) {
   } rows[] = {
       {"a b", "c", "", "a b", "a b c", "a b c"},
       {"a b", "c", "a", "a b d", "b c d", "b c d"},
+      {"a b", "c", "", "a", "a c", "a c"},
       {"a no", "b", "", "a no no2", "a b no2", "a b"},
       {"a b", "c", "", "-", "a b c", "a b c"},
       {"-", "c", "", "a no", "a c no", "a c"},

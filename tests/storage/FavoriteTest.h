@@ -115,6 +115,9 @@ struct Meddled : MemoryFileSystem {
     if (const auto after = std::exchange(afterWrite, nullptr)) after();
     return outcome;
   }
+  std::optional<Bytes> read(const std::string& path) override {
+    return path.ends_with(unreadable) ? std::nullopt : MemoryFileSystem::read(path);
+  }
   Turn takeTurn(const std::string& folder) override {
     EXPECT_TRUE(folder.starts_with("/data")) << folder;
     ++turns;
@@ -124,6 +127,7 @@ struct Meddled : MemoryFileSystem {
   std::function<void()> beforeWrite;  // called once
   std::function<void()> afterWrite;   // called once
   bool isFull = false;
+  std::string unreadable = "none";  // what is there, but cannot be read
 };
 
 /// Two processes of an application over the same files.

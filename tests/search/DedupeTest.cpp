@@ -93,5 +93,14 @@ TEST(DedupeTest, ManyOfOneNameGiveWhatTheRuleGives) {
   }
 }
 
+TEST(DedupeTest, ManyPairsJustWithinReachAreFoundWhereverTheyLie) {
+  Provider::Stations stations;
+  for (int i = 0; i < 300; ++i) {
+    stations.push_back(stationAt("same", i * 0.0037, i * 1.1 - 170));
+    stations.push_back(stationAt("same", i * 0.0037 + 0.5405, i * 1.1 - 170));
+  }
+  EXPECT_EQ(Provider::dedupeStations(stations).size(), 300U);
+}
+
 }  // namespace
 }  // namespace marlune

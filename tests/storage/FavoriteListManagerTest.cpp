@@ -146,6 +146,16 @@ TEST_F(FavoriteListManagerTest, UsesWhatCanBeReadOfADamagedList) {
   EXPECT_EQ(listed(), (Ids{"a", "global_9"})) << "the archive still tells of the points";
 }
 
+TEST_F(FavoriteListManagerTest, RegistersNothingButWorldwidePoints) {
+  const TideStation records[] = {*stationOf("x"), *stationOf("global_1")};
+  store(archive, KeyedArchiver::archiveList({KeyedArchiver::object("TideStation", records[0]),
+                                             KeyedArchiver::object("Other", records[1]),
+                                             KeyedArchiver::object("TideStation", records[1])}));
+  favorites.loadAndRegisterGlobalFavorites();
+  ASSERT_EQ(process.points.size(), 1U);
+  EXPECT_EQ(process.points.begin()->first, "global_1");
+}
+
 TEST_F(FavoriteListManagerTest, PutsAnUnreadableListAside) {
   store(list, listOf({"a"}));
   system->unreadable = list;

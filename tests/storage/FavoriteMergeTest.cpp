@@ -113,6 +113,27 @@ TEST_F(FavoriteMergeTest, ARemovalOutlivesASaveThatFailed) {
   EXPECT_EQ(process.ids(), (Ids{"b", "c"}));
 }
 
+TEST_F(FavoriteMergeTest, ARemovalThatALoadTookBackIsNoChange) {
+  store(list, listOf({"a", "b"}));
+  favorites.LoadFromDisk();
+  process.change({}, {"a"});
+  favorites.LoadFromDisk();
+  EXPECT_EQ(process.ids(), (Ids{"a", "b"}));
+  store(list, listOf({"b"}));
+  process.change({"c"}, {});
+  favorites.SaveToDisk();
+  EXPECT_EQ(listed(), (Ids{"b", "c"})) << "removed elsewhere, and not kept as this process's own";
+}
+
+TEST_F(FavoriteMergeTest, ALoadFindsThePointsOfASaveInBetween) {
+  system->afterArchive = [&] {
+    other.change({"global_1"}, {});
+    other.favorites.SaveToDisk();
+  };
+  favorites.LoadFromDisk();
+  EXPECT_EQ(process.ids(), Ids{"global_1"}) << "the list is newer than the archive that was read";
+}
+
 TEST_F(FavoriteMergeTest, ItsTurnIsOverBeforeOthersAreCalled) {
   store(list, listOf({"b"}));
   bool isAsked = false;

@@ -116,16 +116,21 @@ struct Meddled : MemoryFileSystem {
     return outcome;
   }
   std::optional<Bytes> read(const std::string& path) override {
-    return path.ends_with(unreadable) ? std::nullopt : MemoryFileSystem::read(path);
+    auto bytes = path.ends_with(unreadable) ? std::nullopt : MemoryFileSystem::read(path);
+    if (path.ends_with(archive)) {
+      if (const auto after = std::exchange(afterArchive, nullptr)) after();
+    }
+    return bytes;
   }
   Turn takeTurn(const std::string& folder) override {
     EXPECT_TRUE(folder.starts_with("/data")) << folder;
     ++turns;
     return {this, [](Meddled* system) { --system->turns; }};
   }
-  std::atomic<int> turns = 0;         // that are held
-  std::function<void()> beforeWrite;  // called once
-  std::function<void()> afterWrite;   // called once
+  std::atomic<int> turns = 0;          // that are held
+  std::function<void()> beforeWrite;   // called once
+  std::function<void()> afterWrite;    // called once
+  std::function<void()> afterArchive;  // was read; called once
   bool isFull = false;
   std::string unreadable = "none";  // what is there, but cannot be read
 };

@@ -98,6 +98,15 @@ TEST_F(TideDataCacheTest, AMonthIsContainedFrom26EventsOn) {
   EXPECT_FALSE(cache.containsTideData("a", 1970, 2));
 }
 
+TEST_F(TideDataCacheTest, AMonthIsRemovedByItself) {
+  for (const char* id : {"a", "b"}) cache.addTideData(id, eventsFrom(1000, 900), calendar());
+  cache.removeTideData("a", 1970, 1);
+  EXPECT_FALSE(cache.getTideData("a", 1970, 1));
+  EXPECT_TRUE(cache.getTideData("a", 1970, 2) && cache.getTideData("b", 1970, 1));
+  cache.removeAllTideData();
+  EXPECT_FALSE(cache.getTideData("b", 1970, 1) || cache.getTideData("a", 1970, 2));
+}
+
 TEST_F(TideDataCacheTest, TheFirstAndTheLastEventStayUntilAnEarlierOrLaterComes) {
   EXPECT_FALSE(cache.firstTideEvent() || cache.lastTideEvent());
   const std::vector<TideEvent> first{{2000, 1, true}, {2000, 2, false}};

@@ -134,6 +134,17 @@ TEST_F(FavoriteMergeTest, ALoadFindsThePointsOfASaveInBetween) {
   EXPECT_EQ(process.ids(), Ids{"global_1"}) << "the list is newer than the archive that was read";
 }
 
+TEST_F(FavoriteMergeTest, WhatIsRemovedWhileASaveAsksStaysSo) {
+  store(list, listOf({"b"}));
+  process.asked = [&](const std::string& id) { process.change({}, {id}); };
+  process.change({"a"}, {});
+  favorites.SaveToDisk();
+  EXPECT_EQ(process.ids(), Ids{"a"});
+  process.asked = nullptr;
+  favorites.SaveToDisk();
+  EXPECT_EQ(listed(), Ids{"a"});
+}
+
 TEST_F(FavoriteMergeTest, ItsTurnIsOverBeforeOthersAreCalled) {
   store(list, listOf({"b"}));
   bool isAsked = false;

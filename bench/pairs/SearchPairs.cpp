@@ -63,7 +63,7 @@ std::string generatedName(Random& random) {
 /// two thirds with a city.
 Stations subjects(std::size_t points) {
   Random random(1);
-  Stations stations = station_file::stationsOf(resource("stations_master_usa2.txt"));
+  Stations stations = station_file::stationsOf(resource("stations_master_usa2.txt")).value();
   const std::size_t real = stations.size();
   require(real > 3000 && real <= catalogueStations, "the shipped catalogue");
   std::vector<std::string> cities;

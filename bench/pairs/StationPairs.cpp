@@ -27,7 +27,7 @@ using Stations = StationTables::Stations;
 void addCatalogue() {
   const auto text = std::make_shared<const Bytes>(resource("stations_master_usa2.txt"));
   const auto lines = static_cast<std::size_t>(std::count(text->begin(), text->end(), '\n'));
-  const auto stations = std::make_shared<Stations>(station_file::stationsOf(*text));
+  const auto stations = std::make_shared<Stations>(station_file::stationsOf(*text).value());
   require(stations->size() == lines && lines > 3000, "a station a line");
   require(stations->back()->coordinate.latitude != 0 && stations->back()->timezoneName, "the last station");
   const auto tables = std::make_shared<std::shared_ptr<const StationTables>>();
@@ -47,24 +47,25 @@ void addCatalogue() {
     stations->clear();
     stations->shrink_to_fit();
   };
-  addPair({.name = "catalogue into records",
-           .library = {.run = [=] { *stations = station_file::stationsOf(*text); }, .prepare = forget},
-           .reference = copying,
-           .megabytesPerSecondAtLeast = 300,
-           .bytes = text->size()});
+  addPair(
+      {.name = "catalogue into records",
+       .library = {.run = [=] { *stations = station_file::stationsOf(*text).value(); }, .prepare = forget},
+       .reference = copying,
+       .megabytesPerSecondAtLeast = 300,
+       .bytes = text->size()});
   addPair({.name = "catalogue: records into tables",
            .library = {.run = [=] { *tables = StationTables().adding(*stations); },
                        .prepare =
                            [=] {
                              forget();
-                             *stations = station_file::stationsOf(*text);
+                             *stations = station_file::stationsOf(*text).value();
                            }},
            .reference = copying,
            .bytes = text->size()});
   addPair({.name = "catalogue: both",
            .library = {.run =
                            [=] {
-                             *stations = station_file::stationsOf(*text);
+                             *stations = station_file::stationsOf(*text).value();
                              *tables = StationTables().adding(*stations);
                            },
                        .prepare = forget},

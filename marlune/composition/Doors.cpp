@@ -80,7 +80,8 @@ class House {
     using StationPtr = std::shared_ptr<TideStation>;
     return {[this](const std::string& stationId) { return provider->getTideStationById(stationId); },
             [this](const StationPtr& station) { provider->registerGlobalStation(station); },
-            [this](const StationPtr& station) { provider->verifyAndDownloadFavoriteStationData(station); }};
+            [this](const StationPtr& station) { provider->verifyAndDownloadFavoriteStationData(station); },
+            [this] { return provider->isCatalogueWhole(); }};
   }
 
   std::once_flag searchMade_;

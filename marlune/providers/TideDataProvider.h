@@ -103,6 +103,9 @@ class MARLUNE_API TideDataProvider {
   /// meanwhile waits for the load to end; the loading thread itself sees what is there by then.
   virtual void loadStationData();
   virtual bool hasLoadedStations() const;
+  /// Was every list of the catalogue read, and was there a station in each? Only then does an id without a
+  /// station belong to none. Loads nothing.
+  bool isCatalogueWhole() const;
   virtual void setHasLoadedStations(bool loaded);
 
   /// The station of one line of the station file, or none when it is no station line.
@@ -288,9 +291,15 @@ class MARLUNE_API TideDataProvider {
   bool checkTideLevel(double level, const TideEvent& a, const TideEvent& b) const;
 
  protected:
+  enum class ReadCatalogue {
+    nothing,  ///< no favourites are loaded over it
+    part,     ///< some list is missing, unreadable or empty
+    whole
+  };
   /// Reads the station list into the cache: the step of loadStationData() that regional providers replace.
-  /// Whether the favourites are to be loaded over it.
-  virtual bool readStationList();
+  virtual ReadCatalogue readStationList();
+  /// Adds one list of the catalogue to the cache. Returns false if there is no station in it.
+  bool addStationList(const Stations& stations);
 
   /// Events of a month file, which another build may have kept in its own unit, in the unit of this provider.
   /// Here feet for the United States' stations; all others are as they were kept.
@@ -401,6 +410,7 @@ class MARLUNE_API TideDataProvider {
   std::mutex _lock;
 
   std::atomic<bool> _hasLoadedStations = false;  // set when a load begins
+  std::atomic<bool> isCatalogueWhole_ = false;   // set before the favourites are loaded
   std::atomic<bool> loading_ = false;
   std::mutex loadMutex_;  // guards loadingThread_
   std::condition_variable loadEnded_;

@@ -36,13 +36,13 @@ TideDataProviderAus::~TideDataProviderAus() {
 
 // --- Catalogue ---
 
-bool TideDataProviderAus::readStationList() {
+TideDataProvider::ReadCatalogue TideDataProviderAus::readStationList() {
   const auto json = host().resources->read("stations_australia.json");
   const auto reading = json ? australian_station_file::read(*json) : australian_station_file::Reading{};
   if (!json) host().log->line("Json file error. There is no resource stations_australia.json.");
   if (reading.error) host().log->line(fmt::format("Json file error. {}", *reading.error));
-  cache().addStationsToCache(reading.stations);
-  return true;  // favourites are loaded in every case
+  // Favourites are loaded in every case.
+  return addStationList(reading.stations) ? ReadCatalogue::whole : ReadCatalogue::part;
 }
 
 TideDataProvider::StationPtr TideDataProviderAus::getDefaultTideStation() const {

@@ -54,7 +54,7 @@ class MARLUNE_API TideDataProviderAus : public TideDataProvider {
   void saveDefaultStationFileFromBundle() override;
 
  protected:
-  bool readStationList() override;
+  ReadCatalogue readStationList() override;
   Data documentOfFile(const Data& bytes) override;
 };
 

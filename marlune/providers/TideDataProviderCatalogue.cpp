@@ -29,7 +29,9 @@ void TideDataProvider::loadStationData() {
   // Without the lock: a deriving class may replace these steps, and the favourites ask for their stations.
   if (!hasLoadedStations()) {
     setHasLoadedStations(true);
-    if (readStationList() && favorites_.load) favorites_.load();
+    const ReadCatalogue read = readStationList();
+    isCatalogueWhole_ = read == ReadCatalogue::whole;
+    if (read != ReadCatalogue::nothing && favorites_.load) favorites_.load();
   }
   const std::lock_guard lock(loadMutex_);
   loadingThread_ = std::thread::id();
@@ -37,13 +39,21 @@ void TideDataProvider::loadStationData() {
   loadEnded_.notify_all();
 }
 
-bool TideDataProvider::readStationList() {
+bool TideDataProvider::isCatalogueWhole() const {
+  return isCatalogueWhole_;
+}
+
+TideDataProvider::ReadCatalogue TideDataProvider::readStationList() {
   const auto text = readStationFile();
-  if (!text) return false;
-  const auto stations = station_file::stationsOf(*text);
+  const auto stations = text ? station_file::stationsOf(*text) : std::nullopt;
+  if (!stations) return ReadCatalogue::nothing;
   _cache.removeAllStations();
+  return addStationList(*stations) ? ReadCatalogue::whole : ReadCatalogue::part;
+}
+
+bool TideDataProvider::addStationList(const Stations& stations) {
   _cache.addStationsToCache(stations);
-  return true;
+  return !stations.empty();
 }
 
 std::optional<Bytes> TideDataProvider::readStationFile() const {

@@ -83,27 +83,26 @@ TideDataProviderAus& TideDataProviderUK::ausDelegate() const {
 
 // --- Catalogue ---
 
-bool TideDataProviderUK::readStationList() {
+TideDataProvider::ReadCatalogue TideDataProviderUK::readStationList() {
   const auto text = host().resources->read("stations_uk.json");
   const auto reading = text ? admiralty_station_file::read(*text)
                             : admiralty_station_file::Reading{{}, "There is no resource stations_uk.json."};
   if (reading.error) host().log->line(fmt::format("Json file error. {}", *reading.error));
-  cache().addStationsToCache(reading.stations);
-  loadAustralianStations();
-  loadUSStations();
-  return true;
+  bool isWhole = addStationList(reading.stations);
+  isWhole = loadAustralianStations() && isWhole;
+  isWhole = loadUSStations() && isWhole;
+  return isWhole ? ReadCatalogue::whole : ReadCatalogue::part;
 }
 
-void TideDataProviderUK::loadAustralianStations() {
-  if (const auto text = host().resources->read("stations_australia.json")) {
-    cache().addStationsToCache(australian_station_file::read(*text).stations);
-  }
+bool TideDataProviderUK::loadAustralianStations() {
+  const auto text = host().resources->read("stations_australia.json");
+  return text && addStationList(australian_station_file::read(*text).stations);
 }
 
-void TideDataProviderUK::loadUSStations() {
-  if (const auto text = host().resources->read("stations_master_usa2.txt")) {
-    cache().addStationsToCache(station_file::stationsOf(*text));
-  }
+bool TideDataProviderUK::loadUSStations() {
+  const auto text = host().resources->read("stations_master_usa2.txt");
+  const auto stations = text ? station_file::stationsOf(*text) : std::nullopt;
+  return stations && addStationList(*stations);
 }
 
 TideDataProvider::StationPtr TideDataProviderUK::getDefaultTideStation() const {

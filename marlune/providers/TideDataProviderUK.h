@@ -44,9 +44,9 @@ class MARLUNE_API TideDataProviderUK : public TideDataProvider {
   TideDataProviderAus& ausDelegate() const;
 
   /// The two other parts of the catalogue, added to what is loaded. A resource that is missing or cannot be
-  /// read adds nothing.
-  void loadAustralianStations();
-  void loadUSStations();
+  /// read adds nothing. Returns false if no station was in it.
+  bool loadAustralianStations();
+  bool loadUSStations();
 
   /// Brighton Marina, without a country.
   StationPtr getDefaultTideStation() const override;
@@ -79,7 +79,7 @@ class MARLUNE_API TideDataProviderUK : public TideDataProvider {
   std::vector<std::string> yearsForFavoriteDownload() const override;
 
  protected:
-  bool readStationList() override;
+  ReadCatalogue readStationList() override;
   Events inProviderUnit(const TideStation& station, Events events) const override;
 
  private:

@@ -36,6 +36,11 @@ struct TideStationSearchProvider::State : std::enable_shared_from_this<State> {
     });
   }
 
+  void addStation(StationPtr station) {
+    const std::lock_guard lock(mutex);
+    post([added = std::move(station)](State& self) { self.index.addStation(added); });
+  }
+
   void loadStationsLocked() {
     if (!stationsLoaded) {
       const Stations all = source.getAllTideStations();
@@ -131,6 +136,14 @@ TideStationSearchProvider::~TideStationSearchProvider() {
 
 void TideStationSearchProvider::loadStations() {
   state_->loadStations();
+}
+
+void TideStationSearchProvider::globalTidePointsLoaded(const Notification& /*notification*/) {
+  state_->loadStations();
+}
+
+void TideStationSearchProvider::addStation(StationPtr station) {
+  state_->addStation(std::move(station));
 }
 
 void TideStationSearchProvider::findMatches(std::string query, Completion completionHandler) {

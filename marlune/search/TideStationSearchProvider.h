@@ -9,6 +9,7 @@
 #include "marlune/platform/Executor.h"
 #include "marlune/platform/Export.h"
 #include "marlune/platform/Host.h"
+#include "marlune/platform/NotificationCenter.h"
 #include "marlune/platform/UniqueFunction.h"
 #include "marlune/tides/TideStation.h"
 
@@ -48,6 +49,13 @@ class MARLUNE_API TideStationSearchProvider {
 
   /// Indexes what is there and not indexed yet, and has the worldwide points loaded, in the background.
   void loadStations();
+  /// The same: what "TideData_GlobalTidePointsLoaded" calls, which every instance observes.
+  void globalTidePointsLoaded(const Notification& notification);
+
+  /// Indexes one station by its name and, where it differs, its state, in the background: questions that are
+  /// asked after the call find it. Stations of the tide provider need no call: loadStations() indexes them.
+  /// An empty pointer adds nothing.
+  void addStation(StationPtr station);
 
   /// The stations with a name or state that begins with the query, by word; then those with a word inside
   /// that does, and from three letters on those that hold it anywhere. Of stations of one name within 60 km

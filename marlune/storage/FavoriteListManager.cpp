@@ -34,6 +34,7 @@ struct FavoriteListManager::State {
   StationPtr stationOf(const std::string& id) const {
     return stations.getTideStationById ? stations.getTideStationById(id) : nullptr;
   }
+  bool isCatalogueWhole() const { return !stations.isCatalogueWhole || stations.isCatalogueWhole(); }
   void registerGlobals(const Stations& globals) const {
     if (!stations.registerGlobalStation) return;
     for (const auto& station : globals) stations.registerGlobalStation(station);
@@ -43,7 +44,11 @@ struct FavoriteListManager::State {
 
   // Called with `saving` held.
   FavoriteTable::InFile inFile(const FavoriteFiles::Seen& list) const;
-  FavoriteTable::Merge saveList();
+  struct SavedList {
+    FavoriteTable::Merge merge;
+    bool hasLost = false;  ///< were favourites removed that another process had removed?
+  };
+  SavedList saveList();
   enum class Step { beforeList, afterList, alone };
   Stations saveArchive(const FavoriteTable::Merge& merge, Step step);
   struct Sorted {
@@ -86,7 +91,7 @@ FavoriteTable::InFile FavoriteListManager::State::inFile(const FavoriteFiles::Se
   return found;
 }
 
-FavoriteTable::Merge FavoriteListManager::State::saveList() {
+FavoriteListManager::State::SavedList FavoriteListManager::State::saveList() {
   FavoriteTable::Merge merge;
   const bool isWritten =
       files.update(FavoriteFiles::listName, [&](const FavoriteFiles::Seen& seen) -> std::optional<Bytes> {
@@ -99,12 +104,9 @@ FavoriteTable::Merge FavoriteListManager::State::saveList() {
         if (bytes) saveArchive(merge, Step::beforeList);
         return bytes;
       });
-  if (isWritten) {
-    table.saved(merge);
-  } else {
-    table.notSaved(merge);
-  }
-  return merge;
+  const bool hasLost = isWritten && table.saved(merge);
+  if (!isWritten) table.notSaved(merge);
+  return {std::move(merge), hasLost};
 }
 
 std::set<std::string> FavoriteListManager::State::listed() const {
@@ -215,19 +217,21 @@ void FavoriteListManager::postNotificationOfChanges() const {
 }
 
 void FavoriteListManager::SaveToDisk() {
-  FavoriteTable::Merge merge;
+  State::SavedList saved;
+  const FavoriteTable::Merge& merge = saved.merge;
   Stations pointsOfOthers;
   {
     const std::lock_guard lock(state_->saving);
     if (!state_->table.isDirty()) return;
     const auto turn = state_->files.takeTurn();
-    merge = state_->saveList();
+    saved = state_->saveList();
     pointsOfOthers = state_->saveArchive(merge, State::Step::afterList);
   }
   state_->registerGlobals(pointsOfOthers);
   FavoriteTable::Found found;
   for (const auto& id : merge.others) found.emplace_back(id, state_->stationOf(id));
-  state_->table.addOthers(found, merge);
+  const bool hasGained = state_->table.addOthers(found, merge);
+  if (saved.hasLost || hasGained) postNotificationOfChanges();  // last: an observer may save again
 }
 
 void FavoriteListManager::LoadFromDisk() {
@@ -250,7 +254,8 @@ void FavoriteListManager::LoadFromDisk() {
       if (!station) station = state_->stationOf(id);
     }
   }
-  state_->table.addLoaded(found, since);
+  const bool isWhole = areAllKnown || state_->isCatalogueWhole();
+  state_->table.addLoaded(found, since, isWhole);
 }
 
 void FavoriteListManager::saveGlobalFavorites() {

@@ -23,6 +23,9 @@ struct FavoriteStations {
   std::function<std::shared_ptr<TideStation>(const std::string& stationId)> getTideStationById;
   std::function<void(const std::shared_ptr<TideStation>&)> registerGlobalStation;
   std::function<void(const std::shared_ptr<TideStation>&)> verifyAndDownloadFavoriteStationData;
+  /// Asked after ids: does an id without a station belong to none? Else its station may only be out of sight.
+  /// An empty function counts as yes.
+  std::function<bool()> isCatalogueWhole = nullptr;
 };
 
 /// The user's favourite stations, and the ordered list of stations whose charts are compared. Both lie in the
@@ -69,13 +72,13 @@ class MARLUNE_API FavoriteListManager {
   void postNotificationOfChanges() const;
 
   /// Writes the favourites if any was added or removed since the last save; else does nothing at all. A save
-  /// that fails is not repeated by itself: the next change makes the next save write everything. What comes
-  /// in from other processes is told to nobody, as with a load.
+  /// that fails is not repeated by itself: the next change makes the next save write everything. Tells,
+  /// once and last, if the favourites changed by what other processes added or removed.
   void SaveToDisk();
   /// Adds the stored favourites to those in memory; tells nobody. Ids that no station has are left out, and
-  /// the next save drops them. As a load adds what is stored, it takes back a removal that was not saved; but
-  /// what is added or removed while it runs holds against it. Called by the provider at the end of its
-  /// catalogue's load.
+  /// the next save drops them, unless the catalogue is not whole: then they stay in the file. As a load adds
+  /// what is stored, it takes back a removal that was not saved; but what is added or removed while it runs
+  /// holds against it. Called by the provider at the end of its catalogue's load.
   void LoadFromDisk();
   /// Brings the archive of worldwide points, which are stored whole, up to the favourites in memory and those
   /// of other processes; removes it when there is none. A step of SaveToDisk(), whether anything changed or

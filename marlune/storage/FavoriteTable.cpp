@@ -48,7 +48,7 @@ bool FavoriteTable::changedAfter(const std::string& stationId, Moment moment) co
   return found != changes_.end() && found->second > moment;
 }
 
-void FavoriteTable::addLoaded(const Found& found, Moment since) {
+void FavoriteTable::addLoaded(const Found& found, Moment since, bool isCatalogueWhole) {
   const std::lock_guard lock(mutex_);
   for (const auto& [id, station] : found) {
     if (changedAfter(id, since)) continue;
@@ -56,7 +56,7 @@ void FavoriteTable::addLoaded(const Found& found, Moment since) {
       const bool isNew = favorites_.insert_or_assign(id, station).second;
       if (isNew) changes_.erase(id);
     }
-    seen_.insert(id);
+    if (station || isCatalogueWhole) seen_.insert(id);
   }
 }
 
@@ -93,10 +93,11 @@ FavoriteTable::Merge FavoriteTable::merge(const InFile& file) const {
   return merge;
 }
 
-void FavoriteTable::saved(const Merge& merge) {
+bool FavoriteTable::saved(const Merge& merge) {
   const std::lock_guard lock(mutex_);
+  bool isChanged = false;
   for (const auto& id : merge.gone) {
-    if (!changedAfter(id, merge.moment)) favorites_.erase(id);
+    if (!changedAfter(id, merge.moment) && favorites_.erase(id) != 0) isChanged = true;
   }
   // Step by step, as a load may have added what it saw since the merge.
   for (const auto& id : merge.obsolete) {
@@ -108,6 +109,7 @@ void FavoriteTable::saved(const Merge& merge) {
   }
   written_ = merge.moment;
   clean_ = merge.moment;
+  return isChanged;
 }
 
 void FavoriteTable::notSaved(const Merge& merge) {
@@ -120,13 +122,15 @@ void FavoriteTable::sawArchive(std::set<std::string> ids) {
   archived_ = std::move(ids);
 }
 
-void FavoriteTable::addOthers(const Found& found, const Merge& merge) {
+bool FavoriteTable::addOthers(const Found& found, const Merge& merge) {
   const std::lock_guard lock(mutex_);
+  bool isChanged = false;
   for (const auto& [id, station] : found) {
     if (!station || changedAfter(id, merge.moment)) continue;
-    favorites_.try_emplace(id, station);
+    if (favorites_.try_emplace(id, station).second) isChanged = true;
     seen_.insert(id);
   }
+  return isChanged;
 }
 
 }  // namespace marlune

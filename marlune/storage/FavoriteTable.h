@@ -40,8 +40,9 @@ class FavoriteTable {
   Moment now() const;
 
   /// Adds what a load found. What was added or removed since the moment `since`, at which it began to read,
-  /// is left alone; an older removal that was not saved is taken back.
-  void addLoaded(const Found& found, Moment since);
+  /// is left alone; an older removal that was not saved is taken back. Ids without a station count as seen,
+  /// so that the next save drops them, only where the catalogue is whole.
+  void addLoaded(const Found& found, Moment since, bool isCatalogueWhole);
 
   struct InFile {
     Ids ids;
@@ -58,10 +59,11 @@ class FavoriteTable {
   Merge merge(const InFile& file) const;
   /// After merge.ids were written, or could not be. Neither leaves the table dirty, save for later changes;
   /// but what could not be written still counts as this process's change in the next merge.
-  void saved(const Merge& merge);
+  /// saved() tells whether it took favourites of this process out of the list.
+  bool saved(const Merge& merge);
   void notSaved(const Merge& merge);
-  /// Adds the stations that were found for merge.others.
-  void addOthers(const Found& found, const Merge& merge);
+  /// Adds the stations that were found for merge.others. Tells whether any came in.
+  bool addOthers(const Found& found, const Merge& merge);
   /// Tells what ids the archive holds.
   void sawArchive(std::set<std::string> ids);
 

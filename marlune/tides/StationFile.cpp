@@ -55,9 +55,9 @@ std::shared_ptr<TideStation> stationOfLine(std::string_view line) {
   return station;
 }
 
-std::vector<std::shared_ptr<TideStation>> stationsOf(std::string_view text) {
+std::optional<std::vector<std::shared_ptr<TideStation>>> stationsOf(std::string_view text) {
   const auto content = readable(text);
-  if (!content) return {};
+  if (!content) return std::nullopt;
   std::vector<std::shared_ptr<TideStation>> stations;
   for (const std::string_view line : linesOf(*content)) {
     if (auto station = stationOfLine(line)) stations.push_back(std::move(station));
@@ -69,7 +69,7 @@ std::shared_ptr<TideStation> stationOf(std::string_view text, std::string_view s
   const auto content = readable(text);
   if (!content) return nullptr;
   for (const std::string_view line : linesOf(*content)) {
-    if (!line.starts_with(stationId) || line.substr(stationId.size(), 1) != "~") continue;
+    if (line.substr(0, line.find('~')) != stationId) continue;
     if (auto station = stationOfLine(line)) return station;
   }
   return nullptr;

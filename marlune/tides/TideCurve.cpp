@@ -48,9 +48,9 @@ class SegmentWalk {
 // How many points lie from `first` to `last` in steps of `interval`, both ends counted.
 std::uint64_t pointCount(std::int64_t first, std::int64_t last, std::int64_t interval) {
   if (first > last) return 0;
-  return (static_cast<std::uint64_t>(last) - static_cast<std::uint64_t>(first)) /
-             static_cast<std::uint64_t>(interval) +
-         1;
+  const std::uint64_t steps = (static_cast<std::uint64_t>(last) - static_cast<std::uint64_t>(first)) /
+                              static_cast<std::uint64_t>(interval);
+  return steps == std::numeric_limits<std::uint64_t>::max() ? steps : steps + 1;
 }
 
 // The first of the instants `first`, `first + interval`, ... that is not before `earliest`.
@@ -155,9 +155,8 @@ std::optional<std::vector<CurvePoint>> orderedPoints(const std::vector<TideEvent
   const std::uint64_t reachable = pointCount(first, last, interval);
   if (skipped >= reachable) return points;
   const std::uint64_t count = std::min(reachable - skipped, static_cast<std::uint64_t>(maxCount));
-  if (count > maximumPoints) return points;
 
-  points.reserve(count);
+  points.reserve(std::min<std::uint64_t>(count, maximumPoints));
   SegmentWalk walk(sorted);
   if (skipped > 0) walk.advanceTo(t);
   std::size_t before = 0;  // number of events strictly before t

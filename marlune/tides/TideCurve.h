@@ -52,7 +52,7 @@ class MARLUNE_API CurvePoints {
 /// What there is after the last event.
 constexpr std::int64_t noTimestamp = std::numeric_limits<std::int64_t>::max();
 
-/// No operation makes more points than this; a request for more gets none.
+/// No operation without a maximum of the caller's makes more points than this; a request for more gets none.
 constexpr std::size_t maximumPoints = 10'000'000;
 
 /// The latest event strictly before `t`, of several at one time the last in the list.
@@ -76,7 +76,8 @@ MARLUNE_API std::optional<CurvePoints> pointsByDate(const std::vector<TideEvent>
                                                     const std::shared_ptr<const std::string>& stationName);
 
 /// As pointsByDate, over a sorted copy, from `after` on (inclusive) and at most `maxCount` of them, each with
-/// the event before it. Points before `after` are stepped over and not counted.
+/// the event before it. Points before `after` are stepped over and not counted, at no cost however many they
+/// are. The caller's maximum is the only one here: memory must hold that many.
 MARLUNE_API std::optional<std::vector<CurvePoint>> orderedPoints(
     const std::vector<TideEvent>& events, std::int64_t interval,
     const std::shared_ptr<const std::string>& stationName, Date after, std::int64_t maxCount);

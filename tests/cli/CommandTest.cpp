@@ -175,5 +175,17 @@ TEST_F(CommandTest, ChartDrawsTheDaysAndGivesTheirEvents) {
   EXPECT_EQ(terminal.output.find('\x1B'), std::string::npos);
 }
 
+TEST_F(CommandTest, FavouritesOutliveACatalogueThatIsNotWhole) {
+  for (const char* id : {"8", "9"}) {
+    EXPECT_EQ(run(small({"favorites", "add", id, "--save"})).status, 0);
+  }
+  auto reduced = small({"--region", "worldwide", "favorites", "add", "7", "--save"});
+  file("stations_master_usa2.txt", "7~N7~0~10.5~-20.25~Zeta~Utah~America/Denver\n");
+  EXPECT_EQ(run(reduced).status, 0);
+  const std::string listed = run(small({"favorites", "list"})).output;
+  for (const char* name : {"Alpha", "Solo", "Zeta"})
+    EXPECT_NE(listed.find(name), std::string::npos) << listed;
+}
+
 }  // namespace
 }  // namespace marlune::testing

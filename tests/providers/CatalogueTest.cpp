@@ -48,6 +48,7 @@ TEST_F(CatalogueTest, OneStationIsReadStraightFromTheFile) {
   EXPECT_EQ(provider->loadStationDataForStationId("8")->stationName, "Eight");
   EXPECT_EQ(provider->loadStationDataForStationId("nine"), nullptr);
   EXPECT_EQ(provider->loadStationDataForStationId(""), nullptr);
+  EXPECT_EQ(provider->loadStationDataForStationId("8~y"), nullptr) << "the first field alone is the id";
   EXPECT_FALSE(provider->hasLoadedStations());
   EXPECT_EQ(idsOf(provider->getStationsByNearest({0, 0})), "8 ");
   EXPECT_EQ(idsOf(provider->getAllTideStations()), "7 8 ");

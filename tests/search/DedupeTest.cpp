@@ -56,6 +56,9 @@ TEST(DedupeTest, KeepsTheFirstOfANameNearby) {
       {{stationAt("Lorne", -38, 144), stationAt("lorne", -38 + km(59), 144)}, {0}},
       {{stationAt("Lorne", -38, 144), stationAt("lorne", -38 + km(61), 144)}, {0, 1}},
       {{stationAt("Lorne", 0, 10), stationAt("lorne", 0, 10 + km(60.001))}, {0, 1}},
+      // 60 / 111 of a degree is 60 km to the last digit; the next double up is more.
+      {{stationAt("Lorne", 0, 144), stationAt("lorne", km(60), 144)}, {0}},
+      {{stationAt("Lorne", 0, 144), stationAt("lorne", std::nextafter(km(60), 1), 144)}, {0, 1}},
       {{stationAt("ÆRØ", 0, 1), stationAt("æRø", 0, 1), stationAt("Ærö", 0, 1)}, {0, 2}},
       {{stationAt({}, 5, 5), stationAt("", 5, 5), stationAt("a", 5, 5)}, {0, 2}},
       // The catalogue's takes the place of a global point, a global point nobody's.
@@ -88,6 +91,15 @@ TEST(DedupeTest, ManyOfOneNameGiveWhatTheRuleGives) {
     }
     EXPECT_EQ(Provider::dedupeStations(stations), plainlyDeduped(stations)) << south;
   }
+}
+
+TEST(DedupeTest, ManyPairsJustWithinReachAreFoundWhereverTheyLie) {
+  Provider::Stations stations;
+  for (int i = 0; i < 300; ++i) {
+    stations.push_back(stationAt("same", i * 0.0037, i * 1.1 - 170));
+    stations.push_back(stationAt("same", i * 0.0037 + 0.5405, i * 1.1 - 170));
+  }
+  EXPECT_EQ(Provider::dedupeStations(stations).size(), 300U);
 }
 
 }  // namespace

@@ -131,6 +131,19 @@ TEST_F(SearchProviderTest, TypesOnWhileThePointsArrive) {
   EXPECT_EQ(catalogueAsked, 1);
 }
 
+TEST_F(SearchProviderTest, FindsAStationThatIsAddedByItself) {
+  const auto added = stationNamed("9", "Lornemouth", "Kent");
+  provider->addStation(added);
+  provider->addStation(nullptr);
+  EXPECT_EQ(answerTo("lor"), "lor: Lorne|Lornemouth");
+  EXPECT_EQ(answerTo("ken"), "ken: Lornemouth");
+  provider->addStation(added);
+  EXPECT_EQ(answerTo("lor"), "lor: Lorne|Lornemouth") << "once more is no second station";
+  publish({stationNamed("global_1", "Lorient", "")});
+  provider->globalTidePointsLoaded({.name = notifications::globalPointsLoaded, .object = {}, .userInfo = {}});
+  EXPECT_EQ(answerTo("lor"), "lor: Lorient|Lorne|Lornemouth");
+}
+
 TEST_F(SearchProviderTest, AnswersABurstInOrder) {
   std::vector<std::string> expected;
   for (int i = 0; i < 200; ++i) {

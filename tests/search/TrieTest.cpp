@@ -46,6 +46,7 @@ TEST(PrefixTrieTest, FindsWordsByTheirBeginning) {
       {{"Straße", "STRASSE", "strand"}, "strass", "0 1"},
       {{"Caf\xC3\xA9", "CAFE\xCC\x81", "Cafe"}, "caf\xC3\xA9", "0 1"},  // composed or not, never without
       {{"Ωμέγα ΣΑΣ"}, "ωμέγα σας", "0"},
+      {{"2 × 3", "2 ÷ 3", "2 Ø 3"}, "2 ÷", "1"},  // the times sign is no capital
       {{"Caf\xE9 Point"}, "CAF\xE9 p", "0"},
       {{"a", "", " ", "\t"}, " ", "none"},
       {{std::string("a\0b", 3), "a b"}, std::string("A\0", 2), "0 1"},

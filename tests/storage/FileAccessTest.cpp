@@ -62,6 +62,14 @@ TEST_F(FileAccessTest, MovesOverWhatIsThereAndOnlyWhenThereIsSomething) {
   EXPECT_TRUE(files.moveFileUrlToDocumentsFolder(*url));
   EXPECT_EQ(*files.loadFile("bl ank%.xml"), "moved");
   EXPECT_FALSE(files.moveFileUrlToDocumentsFolder(*url)) << "it is gone";
+  for (const char* escaped : {"%c3%a9", "%C3%A9"}) {  // as others write addresses
+    ASSERT_TRUE(files.saveFileInContainer(group, "\u00E9", "x"));
+    std::string foreign = files.urlForFileInContainer(group, "\u00E9").value();
+    foreign.replace(foreign.rfind('/') + 1, std::string::npos, escaped);
+    foreign.insert(foreign.find("//") + 2, "localhost");
+    EXPECT_TRUE(files.moveFileUrlToDocumentsFolder(foreign)) << foreign;
+    EXPECT_TRUE(files.removeFile("\u00E9"));
+  }
   EXPECT_FALSE(files.moveFileUrlToDocumentsFolder("http://a/b"));
   EXPECT_TRUE(files.urlForFileInContainer(group, "missing"));
 }

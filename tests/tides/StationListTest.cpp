@@ -66,5 +66,18 @@ TEST(StationListTest, StationsOfOneIdStandWhereTheLastLies) {
   EXPECT_EQ(nearest[1], near) << "the first of them lies nearer, but does not count";
 }
 
+TEST(StationListTest, APlaceThatIsNoNumberComesLast) {
+  constexpr double none = std::numeric_limits<double>::quiet_NaN();
+  constexpr double infinite = std::numeric_limits<double>::infinity();
+  const auto antipode = stationAt("a", 0, 180);
+  const auto here = stationAt("h", 0, 0);
+  const StationList list({stationAt("x", none, 0), antipode, stationAt("y", 0, infinite), here});
+  const auto nearest = list.byDistance({0, 0});
+  ASSERT_EQ(nearest.size(), 4U);
+  EXPECT_EQ(nearest[0], here);
+  EXPECT_EQ(nearest[1], antipode);
+  EXPECT_EQ(list.byDistance({none, 0}).size(), 4U);
+}
+
 }  // namespace
 }  // namespace marlune

@@ -21,6 +21,8 @@ TEST(TideCurve, InterpolatesBetweenTwoEvents) {
     EXPECT_TRUE(points[i].isIntermediary);
   }
   EXPECT_TRUE(levelsBetween({0, 1, false}, {3600, 2, true}, 4000).empty());
+  EXPECT_EQ(levelsBetween({0, 1, false}, {3600, 2, true}, 3600).size(), 1U)
+      << "the end counts, the start does not";
   for (const std::int64_t interval :
        {std::int64_t{0}, std::int64_t{-1}, std::numeric_limits<std::int64_t>::min()}) {
     EXPECT_TRUE(levelsBetween({0, 1, false}, {3600, 2, true}, interval).empty());
@@ -88,6 +90,10 @@ TEST(TideCurve, OrderedPointsStartInTimeAndStopAtTheCount) {
   EXPECT_EQ(points->at(2).previousEvent, threeTides[1]);
   EXPECT_EQ(points->at(2).level, 1.0);
 
+  const auto later = orderedPoints(shuffled, 10'800, nullptr, dateFromSeconds(10'800.5), 3);
+  EXPECT_EQ(later->front().date, dateFromSeconds(21'600)) << "never before the wanted time";
+  EXPECT_EQ(later->size(), 3U) << "what was stepped over is not counted";
+
   const auto all = orderedPoints(shuffled, 10'800, nullptr, dateFromSeconds(-5), 99);
   ASSERT_EQ(all->size(), 5U);
   EXPECT_FALSE(all->front().previousEvent);
@@ -106,6 +112,35 @@ TEST(TideCurve, HugeSpansEndQuickly) {
           ->size(),
       7U);
   EXPECT_EQ(pointsByDate(wide, most, nullptr)->size(), 3U);
+  const auto few = orderedPoints(wide, 1, nullptr, dateFromSeconds(0), 3);
+  ASSERT_EQ(few->size(), 3U) << "the caller's maximum is enough";
+  EXPECT_EQ(few->front().date, dateFromSeconds(0));
+}
+
+TEST(TideCurve, EventsOfSeveralListsComeInOrder) {
+  const Events may{{10, 1, true}, {30, 2, false}, {30, 3, true}};
+  const Events june{{40, 4, false}, {50, 5, true}};
+  const Events both{may[0], may[1], may[2], june[0], june[1]};
+  EXPECT_EQ(eventsBetween({may, june}, 10, 50), both) << "both ends count";
+  EXPECT_EQ(eventsBetween({june, may}, 10, 50), both) << "whichever was loaded first";
+  EXPECT_EQ(eventsBetween({may, june}, 11, 49), Events(both.begin() + 1, both.end() - 1));
+  // Within a month out of order; of one time, the order of the lists stays.
+  EXPECT_EQ(eventsBetween({Events{may[1], may[0]}, Events{may[2]}}, 0, 99),
+            Events(both.begin(), both.begin() + 3));
+  EXPECT_TRUE(eventsBetween({may, june}, 31, 39).empty());
+}
+
+TEST(TideCurve, NeighboursOfAnInstantAreStrictlyBeforeAndAfter) {
+  const Events events{{10, 1, true}, {20, 2, false}, {20, 3, true}, {30, 4, false}, {30, 5, true}};
+  EXPECT_EQ(previousEventBefore(20, events), events[0]);
+  EXPECT_EQ(previousEventBefore(20.5, events), events[2]) << "of equal times the last";
+  EXPECT_FALSE(previousEventBefore(10, events));
+  EXPECT_EQ(nextEventAfter(20, events), events[3]) << "of equal times the first";
+  EXPECT_FALSE(nextEventAfter(30, events));
+  EXPECT_EQ(nextTimestampAfter(20, events), 30);
+  EXPECT_EQ(nextTimestampAfter(19.5, {events[4], events[1], events[0]}), 20) << "in whatever order";
+  EXPECT_EQ(nextTimestampAfter(30, events), noTimestamp);
+  EXPECT_EQ(nextTimestampAfter(0, {}), noTimestamp);
 }
 
 TEST(TideCurve, LevelAtAnInstant) {

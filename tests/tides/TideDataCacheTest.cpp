@@ -73,6 +73,52 @@ TEST_F(TideDataCacheTest, ANewerCopyReplacesAndMovesToTheEnd) {
   EXPECT_EQ(levels, (std::vector<double>{2, 7, 8, 6}));
 }
 
+TEST_F(TideDataCacheTest, AListOutOfOrderLosesNothing) {
+  // The cached list, the incoming one, or both are out of order.
+  const std::vector<TideEvent> risen{{1000, 1, true}, {2000, 2, false}, {3000, 3, true}};
+  const std::vector<TideEvent> mixed{{3000, 13, true}, {1000, 11, true}, {2500, 12, false}};
+  const std::vector<TideEvent> falling{{2000, 22, true}, {1000, 21, false}};
+  const auto merged = [&](const char* id, const auto& first, const auto& second) {
+    cache.addTideData(id, first, calendar());
+    cache.addTideData(id, second, calendar());
+    std::vector<double> levels;
+    for (const auto& event : *cache.getTideData(id, 1970, 1)) levels.push_back(event.tidelevel);
+    return levels;
+  };
+  EXPECT_EQ(merged("a", risen, mixed), (std::vector<double>{2, 13, 11, 12}));
+  EXPECT_EQ(merged("b", mixed, risen), (std::vector<double>{12, 1, 2, 3}));
+  EXPECT_EQ(merged("c", mixed, falling), (std::vector<double>{13, 12, 22, 21}));
+}
+
+TEST_F(TideDataCacheTest, AMonthIsContainedFrom26EventsOn) {
+  cache.addTideData("a", eventsFrom(1000, 25), calendar());
+  EXPECT_FALSE(cache.containsTideData("a", 1970, 1));
+  cache.addTideData("a", eventsFrom(1000 + 25 * 3600, 1), calendar());
+  EXPECT_TRUE(cache.containsTideData("a", 1970, 1));
+  EXPECT_FALSE(cache.containsTideData("a", 1970, 2));
+}
+
+TEST_F(TideDataCacheTest, AMonthIsRemovedByItself) {
+  for (const char* id : {"a", "b"}) cache.addTideData(id, eventsFrom(1000, 900), calendar());
+  cache.removeTideData("a", 1970, 1);
+  EXPECT_FALSE(cache.getTideData("a", 1970, 1));
+  EXPECT_TRUE(cache.getTideData("a", 1970, 2) && cache.getTideData("b", 1970, 1));
+  cache.removeAllTideData();
+  EXPECT_FALSE(cache.getTideData("b", 1970, 1) || cache.getTideData("a", 1970, 2));
+}
+
+TEST_F(TideDataCacheTest, TheFirstAndTheLastEventStayUntilAnEarlierOrLaterComes) {
+  EXPECT_FALSE(cache.firstTideEvent() || cache.lastTideEvent());
+  const std::vector<TideEvent> first{{2000, 1, true}, {2000, 2, false}};
+  cache.addTideData("a", first, calendar());
+  cache.addTideData("b", std::vector{TideEvent(2000, 3, true)}, calendar());
+  EXPECT_EQ(cache.firstTideEvent(), first[0]) << "of equal times the one that came first";
+  EXPECT_EQ(cache.lastTideEvent(), first[0]);
+  cache.addTideData("b", std::vector{TideEvent(1999, 4, true), TideEvent(2001, 5, true)}, calendar());
+  EXPECT_EQ(cache.firstTideEvent()->tidelevel, 4);
+  EXPECT_EQ(cache.lastTideEvent()->tidelevel, 5);
+}
+
 TEST_F(TideDataCacheTest, ReadersSeeWholeListsWhileWritersMerge) {
   std::atomic<bool> done = false;
   std::thread writer([&] {

@@ -153,6 +153,20 @@ class JoinedWork : public std::enable_shared_from_this<JoinedWork<Answer>> {
     std::thread::id runner;
   };
 
+  /// Ends the work when the last share lets go of it.
+  struct Hold {
+    Hold(std::shared_ptr<JoinedWork> owner, std::shared_ptr<Entry> held)
+        : work(std::move(owner)), entry(std::move(held)) {}
+    ~Hold() {
+      const std::lock_guard lock(work->mutex_);
+      work->leave(entry);
+    }
+    Hold(const Hold&) = delete;
+    Hold& operator=(const Hold&) = delete;
+    const std::shared_ptr<JoinedWork> work;
+    const std::shared_ptr<Entry> entry;
+  };
+
   void setRunner(Entry& entry, std::thread::id runner) {
     const std::lock_guard lock(mutex_);
     entry.runner = runner;
@@ -168,11 +182,7 @@ class JoinedWork : public std::enable_shared_from_this<JoinedWork<Answer>> {
       if (!answer) {
         leave(entry);
       } else {
-        hold =
-            std::shared_ptr<const void>(entry.get(), [self = this->shared_from_this(), entry](const void*) {
-              const std::lock_guard leaving(self->mutex_);
-              self->leave(entry);
-            });
+        hold = std::make_shared<const Hold>(this->shared_from_this(), entry);
         entry->hold = hold;
         entry->answer = answer;
       }

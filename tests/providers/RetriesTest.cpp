@@ -55,7 +55,9 @@ TEST_F(RetriesTest, WhoIsToldOfAFailureOrASuccessAndAsksAgainIsToldAgain) {
     provider->beginGetHighLowTideData(station, dateAt(2024, 5, 20), nullptr, true);
   };
   const auto refresh = [this] { provider->queueRefreshDataTaskForStation(station); };
+  const auto year = [this] { provider->beginGetHighLowTideData(point, dateAt(2024, 5, 20), nullptr, true); };
   fake.http->script(address(2024), answerOf("short"));
+  script(2024, "", 404);
   const std::string twoErrors = fmt::format("{} 2 {} 2 downloadTideDataFailed 2 ", begun, failed);
   for (const char* const told : {failed, "downloadTideDataFailed"}) {
     openImpatient();
@@ -68,6 +70,21 @@ TEST_F(RetriesTest, WhoIsToldOfAFailureOrASuccessAndAsksAgainIsToldAgain) {
     const auto again = whenFirst(told, refresh);
     refresh();
     EXPECT_EQ(counts(), "downloadTideDataFailed 2 kMainModelTideDataDownloadFailed 2 ") << told;
+  }
+  {
+    openImpatient();
+    const auto again = whenFirst(failed, year);
+    year();
+    EXPECT_EQ(counts(), fmt::format("{} 2 {} 2 ", begun, failed));
+  }
+  // Of 30 events a month is not taken for cached, so it is asked for in earnest: of the network, then of the
+  // file.
+  fake.http->script(address(2024), answerOf(document(2024, 30)));
+  for (const char* const download : {"downloadedTideData 1 ", ""}) {
+    openImpatient();
+    const auto again = whenFirst(completed, month);
+    month();
+    EXPECT_EQ(counts(), fmt::format("{} 2 {} 2 {}", begun, completed, download));
   }
   fake.http->script(address(2024), answerOf(document(2024, 31)));
   {

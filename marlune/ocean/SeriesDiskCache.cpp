@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cmath>
 #include <cstdint>
 #include <deque>
@@ -13,7 +14,9 @@
 #include <utility>
 
 #include "marlune/platform/JsonReader.h"
+#include "marlune/platform/JsonReaders.h"
 #include "marlune/platform/JsonText.h"
+#include "marlune/platform/OwnedQueue.h"
 #include "marlune/platform/Text.h"
 
 namespace marlune {
@@ -145,46 +148,58 @@ void sweep(const Host& host, const std::string& folder) {
 
 }  // namespace
 
-SeriesDiskCache::SeriesDiskCache(const Host& host) : host_(host) {}
+struct SeriesDiskCache::State {
+  explicit State(const Host& installed) : host(installed) {}
+
+  /// Sweeps once, and only if the folder exists.
+  void startSweep(const std::string& folder) {
+    if (!host.files->exists(folder) || sweepStarted.exchange(true)) return;
+    sweeping = std::make_unique<OwnedQueue>(host.executors->makeQueue("series-sweep", 1));
+    sweeping->post([host = host, folder] { sweep(host, folder); });
+  }
+
+  const Host host;
+  JsonReaders readers;
+  std::atomic<bool> sweepStarted = false;
+  std::unique_ptr<OwnedQueue> sweeping;  // set by the thread that starts the sweep
+};
+
+SeriesDiskCache::SeriesDiskCache(const Host& host) : state_(std::make_unique<State>(host)) {}
 
 SeriesDiskCache::~SeriesDiskCache() {
-  if (sweeping_) sweeping_->close();
+  if (state_->sweeping) state_->sweeping->close();
 }
 
 std::optional<TimeSeries> SeriesDiskCache::load(std::string_view name, std::optional<double> maxAge) const {
-  const auto folder = host_.folders->container(kGroupContainerName);
-  if (folder && !sweepStarted_.load(std::memory_order_relaxed)) startSweep(*folder);
+  const Host& host = state_->host;
+  const auto folder = host.folders->container(kGroupContainerName);
+  if (folder && !state_->sweepStarted.load(std::memory_order_relaxed)) state_->startSweep(*folder);
   const auto path = pathOf(folder, name);
   if (!path) return std::nullopt;
-  const auto reader = readers_.take();
+  const auto reader = state_->readers.take();
   std::array<char, 8192> room;  // a day's series fits
   const auto isYoung = [&](const FileIdentity& file) {
-    return !maxAge || !(secondsOf(host_.clock->now()) - secondsOfModification(file) > *maxAge);
+    return !maxAge || !(secondsOf(host.clock->now()) - secondsOfModification(file) > *maxAge);
   };
-  const auto size = host_.files->readIntoIf(isYoung, *path, room);
+  const auto size = host.files->readIntoIf(isYoung, *path, room);
   if (!size) return std::nullopt;
   if (*size <= room.size()) return seriesOf(*reader, {room.data(), *size});
-  const auto bytes = host_.files->read(*path);
+  const auto bytes = host.files->read(*path);
   return bytes ? seriesOf(*reader, *bytes) : std::nullopt;
 }
 
 void SeriesDiskCache::save(const TimeSeries& samples, std::string_view name) const {
-  const auto folder = host_.folders->container(kGroupContainerName);
+  const Host& host = state_->host;
+  const auto folder = host.folders->container(kGroupContainerName);
   const auto path = pathOf(folder, name);
   const auto document = documentOf(samples);
   if (!path) {
-    host_.log->line(fmt::format("Series cache: there is no folder for {}", name));
+    host.log->line(fmt::format("Series cache: there is no folder for {}", name));
   } else if (!document) {
-    host_.log->line(fmt::format("Series cache: {} has a number or a text that JSON cannot hold", name));
-  } else if (!host_.files->write(*folder, *path, *document, FileSystem::Durability::cache)) {
-    host_.log->line(fmt::format("Series cache: could not write {}", name));
+    host.log->line(fmt::format("Series cache: {} has a number or a text that JSON cannot hold", name));
+  } else if (!host.files->write(*folder, *path, *document, FileSystem::Durability::cache)) {
+    host.log->line(fmt::format("Series cache: could not write {}", name));
   }
-}
-
-void SeriesDiskCache::startSweep(const std::string& folder) const {
-  if (!host_.files->exists(folder) || sweepStarted_.exchange(true)) return;
-  sweeping_ = std::make_unique<OwnedQueue>(host_.executors->makeQueue("series-sweep", 1));
-  sweeping_->post([host = host_, folder] { sweep(host, folder); });
 }
 
 }  // namespace marlune

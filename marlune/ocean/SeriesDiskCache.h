@@ -1,16 +1,12 @@
 #pragma once
 
-#include <atomic>
 #include <memory>
 #include <optional>
-#include <string>
 #include <string_view>
 
 #include "marlune/ocean/TimeSeriesData.h"
 #include "marlune/platform/Export.h"
 #include "marlune/platform/Host.h"
-#include "marlune/platform/JsonReaders.h"
-#include "marlune/platform/OwnedQueue.h"
 
 namespace marlune {
 
@@ -40,13 +36,8 @@ class MARLUNE_API SeriesDiskCache final {
   void save(const TimeSeries& samples, std::string_view name) const;
 
  private:
-  /// Once, and only where there is something to sweep.
-  void startSweep(const std::string& folder) const;
-
-  const Host host_;
-  mutable JsonReaders readers_;
-  mutable std::atomic<bool> sweepStarted_ = false;
-  mutable std::unique_ptr<OwnedQueue> sweeping_;  // set by who starts the sweep
+  struct State;
+  const std::unique_ptr<State> state_;
 };
 
 }  // namespace marlune

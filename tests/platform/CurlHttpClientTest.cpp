@@ -328,7 +328,7 @@ TEST(TransferLinesTest, countsByHostAndInAllAndServesWhoHasLeast) {
   lines.add(std::make_shared<CurlTransfer>(HttpRequest{.url = "http://one.test/9"}, nullptr, nullptr, [] {}));
   EXPECT_EQ(lines.next(), nullptr) << "the same host under another spelling";
 
-  for (int host = 0; host < 4; ++host) {
+  for (int host = 0; host < 8; ++host) {
     for (int i = 0; i < 6; ++i) add("https://host" + std::to_string(host) + ".test/");
   }
   const auto late = add("http://one.test:81/");
@@ -339,7 +339,7 @@ TEST(TransferLinesTest, countsByHostAndInAllAndServesWhoHasLeast) {
     lateStarted = lateStarted || transfer == late;
     EXPECT_NE(transfer->host(), "http://one.test:80");
   }
-  EXPECT_EQ(started, 18U) << "24 in all";
+  EXPECT_EQ(started, 42U) << "48 in all";
   EXPECT_TRUE(lateStarted) << "who has none under way comes before those who have some";
 
   lines.ended(ofOne[0]);

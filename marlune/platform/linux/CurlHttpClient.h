@@ -12,9 +12,9 @@ namespace marlune {
 /// which completions are called. Connections are kept and used again. Proxies are those of the environment
 /// (`http_proxy`, `https_proxy`, `no_proxy`); no cookies are kept. Calls are safe from any thread.
 ///
-/// At most 6 requests are under way to one host (scheme, host and port of the address) and 24 in all; the
+/// At most 6 requests are under way to one host (scheme, host and port of the address) and 48 in all; the
 /// others wait in line, first come, first served at each host, and the host with the fewest under way is
-/// next. So a host that does not answer holds up no request to another; only four of them could. Time limits
+/// next. So a host that does not answer holds up no request to another; only eight of them could. Time limits
 /// count from when a request leaves the line and include connecting and redirects; a request may be cancelled
 /// while it waits.
 ///

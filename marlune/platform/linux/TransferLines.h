@@ -22,7 +22,7 @@ class TransferLines {
   using Transfer = std::shared_ptr<CurlTransfer>;
 
   static constexpr std::size_t atOnceOfOneHost = 6;
-  static constexpr std::size_t atOnce = 24;
+  static constexpr std::size_t atOnce = 48;
 
   void add(Transfer transfer);
 

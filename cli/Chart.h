@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "cli/Records.h"
-#include "marlune/platform/TimeZone.h"
+#include "marlune/time/TimeZone.h"
 
 namespace marlune::cli {
 

@@ -11,10 +11,10 @@
 
 #include "cli/Answer.h"
 #include "cli/Errors.h"
-#include "marlune/ocean/TimeSeriesData.h"
-#include "marlune/platform/Date.h"
-#include "marlune/platform/TimeZone.h"
+#include "marlune/ocean/records/TimeSeriesData.h"
 #include "marlune/tides/TideEvent.h"
+#include "marlune/time/Date.h"
+#include "marlune/time/TimeZone.h"
 
 namespace marlune::cli {
 

@@ -8,7 +8,7 @@
 #include <charconv>
 #include <cmath>
 
-#include "marlune/platform/Text.h"
+#include "marlune/formats/Text.h"
 
 namespace marlune::cli {
 

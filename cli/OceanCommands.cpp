@@ -3,7 +3,7 @@
 
 #include "cli/OceanRecords.h"
 #include "cli/Session.h"
-#include "marlune/ocean/OpenMeteoDataProvider.h"
+#include "marlune/ocean/openmeteo/OpenMeteoDataProvider.h"
 
 namespace marlune::cli {
 namespace {

@@ -6,7 +6,7 @@
 
 #include "cli/Table.h"
 #include "cli/Values.h"
-#include "marlune/platform/Text.h"
+#include "marlune/formats/Text.h"
 
 namespace marlune::cli {
 namespace {

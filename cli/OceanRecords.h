@@ -5,12 +5,12 @@
 #include <string>
 
 #include "cli/Answer.h"
-#include "marlune/ocean/OceanCurrentData.h"
-#include "marlune/ocean/SwellData.h"
-#include "marlune/ocean/TimeSeriesData.h"
-#include "marlune/ocean/WaterTempData.h"
-#include "marlune/ocean/WindData.h"
-#include "marlune/platform/TimeZone.h"
+#include "marlune/ocean/records/OceanCurrentData.h"
+#include "marlune/ocean/records/SwellData.h"
+#include "marlune/ocean/records/TimeSeriesData.h"
+#include "marlune/ocean/records/WaterTempData.h"
+#include "marlune/ocean/records/WindData.h"
+#include "marlune/time/TimeZone.h"
 
 /// The records of ocean conditions in both forms of an answer. People read times in `zone`; a record that is
 /// not there is null, and people then read `absent`.

@@ -8,7 +8,7 @@
 #include "cli/Table.h"
 #include "cli/Values.h"
 #include "marlune/geo/Distance.h"
-#include "marlune/platform/Date.h"
+#include "marlune/time/Date.h"
 
 namespace marlune::cli {
 namespace {

@@ -8,10 +8,10 @@
 #include "cli/Answer.h"
 #include "marlune/geo/Coordinate.h"
 #include "marlune/platform/NotificationCenter.h"
-#include "marlune/platform/TimeZone.h"
 #include "marlune/tides/TideCurve.h"
 #include "marlune/tides/TideEvent.h"
 #include "marlune/tides/TideStation.h"
+#include "marlune/time/TimeZone.h"
 
 /// The library's records in both forms of an answer.
 namespace marlune::cli {

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "marlune/ocean/TimeSeriesData.h"
+#include "marlune/ocean/records/TimeSeriesData.h"
 
 namespace marlune::cli {
 

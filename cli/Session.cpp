@@ -6,8 +6,8 @@
 #include "cli/Settings.h"
 #include "cli/Values.h"
 #include "marlune/composition/Doors.h"
-#include "marlune/platform/linux/FolderResources.h"
 #include "marlune/platform/linux/LinuxHost.h"
+#include "marlune/platform/linux/files/FolderResources.h"
 #include "services/LocalServices.h"
 
 namespace marlune::cli {

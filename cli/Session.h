@@ -7,17 +7,17 @@
 #include "cli/CommandLine.h"
 #include "cli/News.h"
 #include "cli/Records.h"
+#include "marlune/favorites/FavoriteListManager.h"
 #include "marlune/global/PelagoraService.h"
-#include "marlune/global/TideEventDiskCache.h"
 #include "marlune/ocean/OceanDataServiceProvider.h"
-#include "marlune/ocean/SeriesDiskCache.h"
+#include "marlune/ocean/source/SeriesDiskCache.h"
 #include "marlune/platform/Activity.h"
 #include "marlune/platform/Host.h"
 #include "marlune/platform/ManualClock.h"
-#include "marlune/platform/linux/MainLoop.h"
+#include "marlune/platform/linux/queues/MainLoop.h"
 #include "marlune/providers/TideDataProvider.h"
 #include "marlune/search/TideStationSearchProvider.h"
-#include "marlune/storage/FavoriteListManager.h"
+#include "marlune/tides/TideEventDiskCache.h"
 
 namespace marlune::services {
 class LocalServices;

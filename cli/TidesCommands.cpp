@@ -2,7 +2,7 @@
 
 #include "cli/EventFile.h"
 #include "cli/Fetching.h"
-#include "marlune/platform/Data.h"
+#include "marlune/base/Data.h"
 
 namespace marlune::cli {
 namespace {

@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "marlune/platform/Date.h"
-#include "marlune/platform/TimeZone.h"
+#include "marlune/time/Date.h"
+#include "marlune/time/TimeZone.h"
 
 /// Numbers and instants as people and scripts write them on a command line. Strict: the whole text counts,
 /// nothing around it, no locale. Pure functions.

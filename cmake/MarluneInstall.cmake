@@ -13,32 +13,7 @@ endif()
 install(TARGETS marlune EXPORT marluneTargets)
 install(EXPORT marluneTargets NAMESPACE marlune:: DESTINATION ${MARLUNE_PACKAGE_DIR})
 
-# A header is published when it declares something published (MARLUNE_API), or when one that is includes it;
-# the others are helpers of a source file and stay at home.
-file(GLOB_RECURSE headers RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/marlune/*.h)
-set(pending marlune/marlune.h)
-foreach(header IN LISTS headers)
-  file(STRINGS ${PROJECT_SOURCE_DIR}/${header} marked REGEX "MARLUNE_API" LIMIT_COUNT 1)
-  if(marked)
-    list(APPEND pending ${header})
-  endif()
-endforeach()
-set(published "")
-while(pending)
-  list(POP_FRONT pending header)
-  if(header IN_LIST published)
-    continue()
-  endif()
-  list(APPEND published ${header})
-  file(STRINGS ${PROJECT_SOURCE_DIR}/${header} includes REGEX "^#include \"marlune/")
-  list(TRANSFORM includes REPLACE "^#include \"([^\"]+)\".*" "\\1")
-  list(APPEND pending ${includes})
-endwhile()
-foreach(header IN LISTS published)
-  cmake_path(GET header PARENT_PATH folder)
-  install(FILES ${PROJECT_SOURCE_DIR}/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${folder})
-endforeach()
-
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/resources/ DESTINATION ${MARLUNE_RESOURCE_DIR})
 
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/marluneConfig.cmake.in

@@ -1,6 +1,6 @@
 #include "fuzz/Target.h"
-#include "marlune/ocean/CurrentPredictions.h"
-#include "marlune/platform/JsonReaders.h"
+#include "marlune/formats/JsonReaders.h"
+#include "marlune/ocean/noaa/CurrentPredictions.h"
 
 using namespace marlune::current_predictions;
 

@@ -1,5 +1,5 @@
 #include "fuzz/Target.h"
-#include "marlune/ocean/CurrentStation.h"
+#include "marlune/ocean/noaa/CurrentStation.h"
 
 /// A list has no station when it has an error; its numbers are finite. It can be read behind a good station.
 MARLUNE_FUZZ_TARGET(bytes) {

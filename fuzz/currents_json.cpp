@@ -1,6 +1,6 @@
 #include "fuzz/Target.h"
-#include "marlune/ocean/CurrentsOfDays.h"
-#include "marlune/platform/JsonReaders.h"
+#include "marlune/formats/JsonReaders.h"
+#include "marlune/ocean/noaa/CurrentsOfDays.h"
 
 using namespace marlune::current_predictions;
 

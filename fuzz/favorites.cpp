@@ -4,8 +4,8 @@
 
 #include "fuzz/MemoryFolder.h"
 #include "fuzz/Target.h"
+#include "marlune/favorites/FavoriteListManager.h"
 #include "marlune/platform/NotificationHub.h"
-#include "marlune/storage/FavoriteListManager.h"
 
 namespace {
 

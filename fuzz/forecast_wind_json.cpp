@@ -1,6 +1,6 @@
 #include "fuzz/Target.h"
-#include "marlune/ocean/OceanTimes.h"
-#include "marlune/ocean/WindDays.h"
+#include "marlune/ocean/openmeteo/WindDays.h"
+#include "marlune/ocean/source/OceanTimes.h"
 
 /// Every sample lies in the one day that it is filed under, in time order, whatever the zone, and is a finite
 /// number; a failure has a text.

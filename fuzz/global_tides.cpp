@@ -1,7 +1,7 @@
 #include "fuzz/Target.h"
+#include "marlune/formats/Iso8601.h"
+#include "marlune/formats/JsonReaders.h"
 #include "marlune/global/GlobalTides.h"
-#include "marlune/platform/Iso8601.h"
-#include "marlune/platform/JsonReaders.h"
 
 /// Events lie within four-digit years and have levels; a reader that was used before gives the same. Times
 /// that are read stand for one instant, with the fraction or without.

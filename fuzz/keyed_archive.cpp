@@ -1,4 +1,4 @@
-#include "marlune/platform/KeyedArchive.h"
+#include "marlune/formats/KeyedArchive.h"
 
 #include <vector>
 

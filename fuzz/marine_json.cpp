@@ -1,6 +1,6 @@
 #include "fuzz/Target.h"
-#include "marlune/ocean/MarineDays.h"
-#include "marlune/ocean/OceanTimes.h"
+#include "marlune/ocean/openmeteo/MarineDays.h"
+#include "marlune/ocean/source/OceanTimes.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 #include "fuzz/Target.h"
-#include "marlune/global/TideEventDiskCache.h"
+#include "marlune/tides/TideEventDiskCache.h"
 
 /// What is decoded and encoded again stands at the head of the file, up to flags that were neither 0 nor 1.
 MARLUNE_FUZZ_TARGET(bytes) {

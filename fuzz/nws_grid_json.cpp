@@ -1,5 +1,5 @@
 #include "fuzz/Target.h"
-#include "marlune/ocean/NWSGridpoint.h"
+#include "marlune/ocean/nws/NWSGridpoint.h"
 
 namespace {
 

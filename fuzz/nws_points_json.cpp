@@ -1,6 +1,6 @@
 #include "fuzz/Target.h"
-#include "marlune/ocean/NWSGridpoint.h"
-#include "marlune/platform/Text.h"
+#include "marlune/formats/Text.h"
+#include "marlune/ocean/nws/NWSGridpoint.h"
 
 using namespace marlune::nws_gridpoint;
 

@@ -1,8 +1,8 @@
 #include <algorithm>
 
 #include "fuzz/Target.h"
-#include "marlune/ocean/NOAAObservations.h"
-#include "marlune/platform/Text.h"
+#include "marlune/formats/Text.h"
+#include "marlune/ocean/noaa/NOAAObservations.h"
 
 namespace {
 

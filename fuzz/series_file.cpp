@@ -2,7 +2,7 @@
 
 #include "fuzz/MemoryFolder.h"
 #include "fuzz/Target.h"
-#include "marlune/ocean/SeriesDiskCache.h"
+#include "marlune/ocean/source/SeriesDiskCache.h"
 #include "marlune/platform/ManualClock.h"
 
 namespace {

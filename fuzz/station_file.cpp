@@ -1,7 +1,7 @@
 #include <algorithm>
 
 #include "fuzz/Target.h"
-#include "marlune/platform/Text.h"
+#include "marlune/formats/Text.h"
 #include "marlune/tides/StationFile.h"
 
 /// Looking one station up finds what reading the whole file lists first under that id.

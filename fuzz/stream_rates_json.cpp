@@ -1,6 +1,6 @@
 #include "fuzz/Target.h"
-#include "marlune/ocean/StreamRates.h"
-#include "marlune/platform/JsonReaders.h"
+#include "marlune/formats/JsonReaders.h"
+#include "marlune/ocean/ukho/StreamRates.h"
 
 /// Rates read back from a file are the same; the events of a record alternate, each at one of its samples.
 MARLUNE_FUZZ_TARGET(bytes) {

@@ -1,5 +1,5 @@
 #include "fuzz/Target.h"
-#include "marlune/ocean/UKHOStreamStation.h"
+#include "marlune/ocean/ukho/UKHOStreamStation.h"
 
 /// A collection has no feature when it has an error; stations are the features with a place, in their order,
 /// each at its point of the sphere.

@@ -1,7 +1,7 @@
 #include "fuzz/Target.h"
+#include "marlune/formats/JsonReaders.h"
+#include "marlune/formats/Text.h"
 #include "marlune/global/TidePoints.h"
-#include "marlune/platform/JsonReaders.h"
-#include "marlune/platform/Text.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
-#include "marlune/platform/XmlReader.h"
+#include "marlune/formats/XmlReader.h"
 
 #include <vector>
 
 #include "fuzz/Target.h"
-#include "marlune/platform/Text.h"
+#include "marlune/formats/Text.h"
 
 namespace {
 

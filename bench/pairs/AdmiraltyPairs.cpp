@@ -5,8 +5,8 @@
 #include <cmath>
 #include <memory>
 
-#include "marlune/platform/TimeZone.h"
 #include "marlune/providers/AdmiraltyEvents.h"
+#include "marlune/time/TimeZone.h"
 #include "pairs/Pairs.h"
 #include "support/Measure.h"
 #include "support/Subjects.h"

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "marlune/platform/Calendar.h"
 #include "marlune/tides/TideDataCache.h"
+#include "marlune/time/Calendar.h"
 #include "pairs/Pairs.h"
 #include "support/Measure.h"
 #include "support/Subjects.h"

@@ -11,12 +11,12 @@
 #include <utility>
 #include <vector>
 
+#include "marlune/formats/JsonReaders.h"
 #include "marlune/geo/SpacePoint.h"
-#include "marlune/ocean/CurrentsOfDays.h"
-#include "marlune/ocean/NearestStationMemo.h"
-#include "marlune/ocean/UKHOStreamStation.h"
-#include "marlune/platform/JsonReaders.h"
-#include "marlune/platform/linux/LinuxFileSystem.h"
+#include "marlune/ocean/noaa/CurrentsOfDays.h"
+#include "marlune/ocean/source/NearestStationMemo.h"
+#include "marlune/ocean/ukho/UKHOStreamStation.h"
+#include "marlune/platform/linux/files/LinuxFileSystem.h"
 #include "pairs/Pairs.h"
 #include "simdjson.h"
 #include "support/Measure.h"

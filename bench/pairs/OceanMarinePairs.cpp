@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "marlune/ocean/MarineDays.h"
-#include "marlune/ocean/OpenMeteoDataProvider.h"
+#include "marlune/ocean/openmeteo/MarineDays.h"
+#include "marlune/ocean/openmeteo/OpenMeteoDataProvider.h"
 #include "pairs/Pairs.h"
 #include "support/Measure.h"
 

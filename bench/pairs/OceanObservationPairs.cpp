@@ -9,10 +9,10 @@
 #include <string>
 #include <vector>
 
+#include "marlune/formats/JsonReaders.h"
 #include "marlune/geo/Location.h"
-#include "marlune/ocean/NWSGridpoint.h"
-#include "marlune/ocean/SeriesDiskCache.h"
-#include "marlune/platform/JsonReaders.h"
+#include "marlune/ocean/nws/NWSGridpoint.h"
+#include "marlune/ocean/source/SeriesDiskCache.h"
 #include "pairs/Pairs.h"
 #include "support/Measure.h"
 #include "support/Subjects.h"

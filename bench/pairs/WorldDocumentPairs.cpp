@@ -8,10 +8,10 @@
 #include <utility>
 #include <vector>
 
+#include "marlune/base/Data.h"
+#include "marlune/formats/JsonReaders.h"
 #include "marlune/global/GlobalTides.h"
 #include "marlune/global/TidePoints.h"
-#include "marlune/platform/Data.h"
-#include "marlune/platform/JsonReaders.h"
 #include "pairs/JsonParse.h"
 #include "pairs/Pairs.h"
 #include "support/Measure.h"

@@ -12,9 +12,9 @@
 #include <thread>
 #include <utility>
 
-#include "marlune/platform/linux/FolderResources.h"
 #include "marlune/platform/linux/LinuxHost.h"
-#include "marlune/platform/linux/MainLoop.h"
+#include "marlune/platform/linux/files/FolderResources.h"
+#include "marlune/platform/linux/queues/MainLoop.h"
 #include "marlune/tides/TideHighLowParser.h"
 #include "support/Measure.h"
 

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "marlune/platform/Data.h"
+#include "marlune/base/Data.h"
 #include "marlune/platform/Host.h"
 #include "marlune/providers/TideDataProvider.h"
 

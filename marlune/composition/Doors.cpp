@@ -6,18 +6,18 @@
 #include <string>
 #include <utility>
 
+#include "marlune/favorites/FavoriteListManager.h"
 #include "marlune/global/PelagoraService.h"
-#include "marlune/global/TideEventDiskCache.h"
 #include "marlune/ocean/OceanDataServiceProvider.h"
-#include "marlune/ocean/OpenMeteoWindProvider.h"
-#include "marlune/ocean/SeriesDiskCache.h"
+#include "marlune/ocean/openmeteo/OpenMeteoWindProvider.h"
+#include "marlune/ocean/source/SeriesDiskCache.h"
+#include "marlune/platform/FileAccess.h"
 #include "marlune/platform/linux/LinuxHost.h"
 #include "marlune/providers/TideDataProvider.h"
 #include "marlune/providers/TideDataProviderAus.h"
 #include "marlune/providers/TideDataProviderUK.h"
 #include "marlune/search/TideStationSearchProvider.h"
-#include "marlune/storage/FavoriteListManager.h"
-#include "marlune/storage/FileAccess.h"
+#include "marlune/tides/TideEventDiskCache.h"
 
 namespace marlune {
 

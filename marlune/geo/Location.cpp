@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "marlune/platform/JsonReader.h"
+#include "marlune/formats/JsonReader.h"
 
 namespace marlune {
 

@@ -4,9 +4,9 @@
 #include <optional>
 #include <utility>
 
-#include "marlune/platform/Iso8601.h"
-#include "marlune/platform/JsonReader.h"
-#include "marlune/platform/JsonReaders.h"
+#include "marlune/formats/Iso8601.h"
+#include "marlune/formats/JsonReader.h"
+#include "marlune/formats/JsonReaders.h"
 
 namespace marlune::global_tides {
 

@@ -3,7 +3,7 @@
 #include <string_view>
 #include <vector>
 
-#include "marlune/platform/Export.h"
+#include "marlune/base/Export.h"
 #include "marlune/tides/TideEvent.h"
 
 namespace marlune {

@@ -7,13 +7,13 @@
 #include <mutex>
 #include <utility>
 
+#include "marlune/formats/JsonReaders.h"
+#include "marlune/formats/Text.h"
 #include "marlune/global/GlobalTides.h"
 #include "marlune/global/TidePoints.h"
 #include "marlune/platform/HttpFetcher.h"
-#include "marlune/platform/JsonReaders.h"
-#include "marlune/platform/OwnedQueue.h"
-#include "marlune/platform/SharedRequests.h"
-#include "marlune/platform/Text.h"
+#include "marlune/tasks/OwnedQueue.h"
+#include "marlune/tasks/SharedRequests.h"
 
 namespace marlune {
 

@@ -9,9 +9,9 @@
 #include <cstdint>
 #include <utility>
 
-#include "marlune/platform/JsonReader.h"
-#include "marlune/platform/JsonReaders.h"
-#include "marlune/platform/Text.h"
+#include "marlune/formats/JsonReader.h"
+#include "marlune/formats/JsonReaders.h"
+#include "marlune/formats/Text.h"
 
 namespace marlune::tide_points {
 

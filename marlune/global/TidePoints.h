@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "marlune/base/Export.h"
 #include "marlune/geo/Coordinate.h"
-#include "marlune/platform/Export.h"
 #include "marlune/tides/TideStation.h"
 
 namespace marlune {

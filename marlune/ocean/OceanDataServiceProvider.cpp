@@ -5,8 +5,8 @@
 #include <optional>
 #include <utility>
 
-#include "marlune/platform/OwnedQueue.h"
-#include "marlune/platform/WorkScope.h"
+#include "marlune/tasks/OwnedQueue.h"
+#include "marlune/tasks/WorkScope.h"
 
 namespace marlune {
 

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "marlune/platform/Text.h"
+#include "marlune/formats/Text.h"
 
 namespace marlune {
 

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "marlune/platform/OnceCompletion.h"
+#include "marlune/tasks/OnceCompletion.h"
 
 namespace marlune {
 

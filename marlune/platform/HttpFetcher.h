@@ -3,12 +3,12 @@
 #include <memory>
 #include <string>
 
-#include "marlune/platform/Data.h"
-#include "marlune/platform/Executor.h"
-#include "marlune/platform/Export.h"
+#include "marlune/base/Data.h"
+#include "marlune/base/Export.h"
 #include "marlune/platform/HttpClient.h"
-#include "marlune/platform/Task.h"
-#include "marlune/platform/UniqueFunction.h"
+#include "marlune/tasks/Executor.h"
+#include "marlune/tasks/Task.h"
+#include "marlune/tasks/UniqueFunction.h"
 
 namespace marlune {
 

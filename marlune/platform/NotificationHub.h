@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "marlune/platform/Export.h"
+#include "marlune/base/Export.h"
 #include "marlune/platform/NotificationCenter.h"
 
 namespace marlune {

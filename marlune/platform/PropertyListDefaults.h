@@ -5,9 +5,9 @@
 #include <optional>
 #include <string>
 
-#include "marlune/platform/Export.h"
+#include "marlune/base/Export.h"
+#include "marlune/formats/PropertyList.h"
 #include "marlune/platform/FileSystem.h"
-#include "marlune/platform/PropertyList.h"
 #include "marlune/platform/UserDefaults.h"
 
 namespace marlune {

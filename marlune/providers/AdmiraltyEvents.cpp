@@ -4,7 +4,7 @@
 #include <chrono>
 #include <cmath>
 
-#include "marlune/platform/JsonReader.h"
+#include "marlune/formats/JsonReader.h"
 
 namespace marlune::admiralty_events {
 

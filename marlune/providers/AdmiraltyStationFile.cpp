@@ -5,8 +5,8 @@
 #include <optional>
 #include <utility>
 
-#include "marlune/platform/JsonReader.h"
-#include "marlune/platform/Text.h"
+#include "marlune/formats/JsonReader.h"
+#include "marlune/formats/Text.h"
 
 namespace marlune::admiralty_station_file {
 

@@ -1,7 +1,7 @@
 #include "marlune/providers/AustralianStationFile.h"
 
-#include "marlune/platform/JsonReader.h"
-#include "marlune/platform/Text.h"
+#include "marlune/formats/JsonReader.h"
+#include "marlune/formats/Text.h"
 
 namespace marlune::australian_station_file {
 

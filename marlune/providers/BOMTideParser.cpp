@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "marlune/platform/Iso8601.h"
-#include "marlune/platform/Text.h"
-#include "marlune/platform/XmlReader.h"
+#include "marlune/formats/Iso8601.h"
+#include "marlune/formats/Text.h"
+#include "marlune/formats/XmlReader.h"
 
 namespace marlune {
 

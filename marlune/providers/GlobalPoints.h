@@ -8,11 +8,11 @@
 #include <string_view>
 #include <vector>
 
-#include "marlune/platform/Executor.h"
 #include "marlune/platform/Host.h"
-#include "marlune/platform/UniqueFunction.h"
-#include "marlune/platform/WorkScope.h"
-#include "marlune/providers/OutstandingCompletions.h"
+#include "marlune/tasks/Executor.h"
+#include "marlune/tasks/OutstandingCompletions.h"
+#include "marlune/tasks/UniqueFunction.h"
+#include "marlune/tasks/WorkScope.h"
 #include "marlune/tides/StationList.h"
 
 namespace marlune {

@@ -11,8 +11,8 @@
 #include <utility>
 #include <vector>
 
-#include "marlune/platform/UniqueFunction.h"
 #include "marlune/providers/PendingOperations.h"
+#include "marlune/tasks/UniqueFunction.h"
 
 namespace marlune {
 

@@ -5,12 +5,12 @@
 #include <algorithm>
 #include <utility>
 
-#include "marlune/platform/WorkScope.h"
 #include "marlune/providers/AustralianStationFile.h"
 #include "marlune/providers/BOMTideParser.h"
 #include "marlune/providers/TideDataArchiver.h"
 #include "marlune/providers/YearFileMemo.h"
 #include "marlune/providers/YearFileRules.h"
+#include "marlune/tasks/WorkScope.h"
 
 namespace marlune {
 

@@ -4,14 +4,14 @@
 #include <utility>
 
 #include "marlune/global/PelagoraService.h"
-#include "marlune/platform/WorkScope.h"
-#include "marlune/providers/AnswerWaits.h"
 #include "marlune/providers/GlobalPoints.h"
 #include "marlune/providers/JoinedWork.h"
-#include "marlune/providers/OutstandingCompletions.h"
 #include "marlune/providers/PendingOperations.h"
 #include "marlune/providers/ProviderRequests.h"
 #include "marlune/providers/TideDataProvider.h"
+#include "marlune/tasks/AnswerWaits.h"
+#include "marlune/tasks/OutstandingCompletions.h"
+#include "marlune/tasks/WorkScope.h"
 
 // The section of worldwide points of the provider.
 

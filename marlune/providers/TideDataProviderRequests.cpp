@@ -3,14 +3,14 @@
 #include <algorithm>
 #include <utility>
 
-#include "marlune/platform/Text.h"
-#include "marlune/platform/WorkScope.h"
-#include "marlune/providers/OutstandingCompletions.h"
+#include "marlune/formats/Text.h"
 #include "marlune/providers/PendingOperations.h"
 #include "marlune/providers/ProviderRequests.h"
 #include "marlune/providers/TideDataProvider.h"
 #include "marlune/providers/YearDownloads.h"
 #include "marlune/providers/YearFileRules.h"
+#include "marlune/tasks/OutstandingCompletions.h"
+#include "marlune/tasks/WorkScope.h"
 
 // The request section of the provider.
 

@@ -2,12 +2,12 @@
 
 #include <utility>
 
-#include "marlune/platform/OnceCompletion.h"
-#include "marlune/platform/WorkScope.h"
 #include "marlune/providers/TideDataProvider.h"
 #include "marlune/providers/YearDownloads.h"
 #include "marlune/providers/YearFileMemo.h"
 #include "marlune/providers/YearFileRules.h"
+#include "marlune/tasks/OnceCompletion.h"
+#include "marlune/tasks/WorkScope.h"
 #include "marlune/tides/LevelUnits.h"
 #include "marlune/tides/MonthRange.h"
 #include "marlune/tides/TideHighLowParser.h"

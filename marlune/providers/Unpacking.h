@@ -4,7 +4,7 @@
 #include <optional>
 #include <string_view>
 
-#include "marlune/platform/Data.h"
+#include "marlune/base/Data.h"
 
 /// Undoes gzip and zstd by the libraries of their own, which look at the check sums. Pure functions, safe
 /// from any thread.

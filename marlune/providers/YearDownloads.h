@@ -7,13 +7,13 @@
 #include <optional>
 #include <string>
 
-#include "marlune/platform/Data.h"
+#include "marlune/base/Data.h"
 #include "marlune/platform/Host.h"
-#include "marlune/platform/UniqueFunction.h"
-#include "marlune/providers/AnswerWaits.h"
-#include "marlune/providers/CallbackQueue.h"
 #include "marlune/providers/JoinedWork.h"
 #include "marlune/providers/PendingOperations.h"
+#include "marlune/tasks/AnswerWaits.h"
+#include "marlune/tasks/CallbackQueue.h"
+#include "marlune/tasks/UniqueFunction.h"
 
 namespace marlune {
 

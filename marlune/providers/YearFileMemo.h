@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "marlune/platform/Data.h"
+#include "marlune/base/Data.h"
 #include "marlune/platform/FileSystem.h"
 #include "marlune/tides/TideEvent.h"
 

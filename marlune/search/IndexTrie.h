@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "marlune/platform/Export.h"
+#include "marlune/base/Export.h"
 #include "marlune/search/SearchText.h"
 
 namespace marlune {

@@ -5,9 +5,9 @@
 #include <mutex>
 #include <utility>
 
-#include "marlune/platform/WorkScope.h"
 #include "marlune/providers/TideDataProvider.h"
 #include "marlune/search/StationIndex.h"
+#include "marlune/tasks/WorkScope.h"
 
 namespace marlune {
 

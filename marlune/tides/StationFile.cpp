@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "marlune/platform/Text.h"
+#include "marlune/formats/Text.h"
 
 namespace marlune::station_file {
 

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "marlune/platform/Export.h"
+#include "marlune/base/Export.h"
 #include "marlune/tides/TideStation.h"
 
 /// The text catalogue of United States stations: UTF-8, one station a line, eight fields between "~". See

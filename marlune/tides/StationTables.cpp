@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "marlune/platform/Text.h"
+#include "marlune/formats/Text.h"
 
 namespace marlune {
 

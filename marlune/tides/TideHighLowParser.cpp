@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <chrono>
 
-#include "marlune/platform/Text.h"
-#include "marlune/platform/XmlReader.h"
+#include "marlune/formats/Text.h"
+#include "marlune/formats/XmlReader.h"
 
 namespace marlune {
 

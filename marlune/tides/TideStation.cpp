@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "marlune/platform/KeyedArchive.h"
+#include "marlune/formats/KeyedArchive.h"
 
 namespace marlune {
 

@@ -7,7 +7,7 @@
 #include "cli/JsonWriter.h"
 #include "cli/Values.h"
 #include "cli/Words.h"
-#include "marlune/platform/XmlReader.h"
+#include "marlune/formats/XmlReader.h"
 
 namespace marlune::cli {
 namespace {

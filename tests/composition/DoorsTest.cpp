@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "marlune/platform/FileAccess.h"
 #include "marlune/platform/linux/LinuxHost.h"
-#include "marlune/storage/FileAccess.h"
 #include "support/TemporaryFolder.h"
 
 namespace marlune::testing {

@@ -7,9 +7,9 @@
 #include <future>
 #include <random>
 
+#include "marlune/formats/JsonReaders.h"
 #include "marlune/global/GlobalTides.h"
 #include "marlune/global/TidePoints.h"
-#include "marlune/platform/JsonReaders.h"
 #include "support/HostTest.h"
 
 namespace marlune::testing {

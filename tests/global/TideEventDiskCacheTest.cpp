@@ -1,4 +1,4 @@
-#include "marlune/global/TideEventDiskCache.h"
+#include "marlune/tides/TideEventDiskCache.h"
 
 #include "support/HostTest.h"
 

@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
-#include "marlune/platform/KeyedArchive.h"
-#include "marlune/platform/PropertyList.h"
+#include "marlune/formats/KeyedArchive.h"
+#include "marlune/formats/PropertyList.h"
 #include "marlune/tides/TideStation.h"
 
 namespace {

@@ -3,9 +3,9 @@
 #include <cmath>
 #include <numbers>
 
-#include "marlune/ocean/CurrentStation.h"
-#include "marlune/ocean/CurrentsOfDays.h"
-#include "marlune/ocean/NOAACurrentsDataProvider.h"
+#include "marlune/ocean/noaa/CurrentStation.h"
+#include "marlune/ocean/noaa/CurrentsOfDays.h"
+#include "marlune/ocean/noaa/NOAACurrentsDataProvider.h"
 #include "ocean/OceanHostTest.h"
 
 namespace marlune::testing {

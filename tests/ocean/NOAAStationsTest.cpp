@@ -3,8 +3,8 @@
 #include <cmath>
 
 #include "marlune/geo/SpacePoint.h"
-#include "marlune/ocean/NOAATemperatureDataProvider.h"
-#include "marlune/ocean/NOAAWindDataProvider.h"
+#include "marlune/ocean/noaa/NOAATemperatureDataProvider.h"
+#include "marlune/ocean/noaa/NOAAWindDataProvider.h"
 #include "ocean/NOAATest.h"
 
 namespace marlune::testing {

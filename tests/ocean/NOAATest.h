@@ -3,8 +3,8 @@
 #include <chrono>
 #include <memory>
 
-#include "marlune/ocean/SeriesDiskCache.h"
-#include "marlune/platform/TimeZone.h"
+#include "marlune/ocean/source/SeriesDiskCache.h"
+#include "marlune/time/TimeZone.h"
 #include "ocean/OceanHostTest.h"
 
 namespace marlune::testing {

@@ -1,8 +1,8 @@
-#include "marlune/ocean/NWSWindForecastProvider.h"
+#include "marlune/ocean/nws/NWSWindForecastProvider.h"
 
 #include <fmt/format.h>
 
-#include "marlune/ocean/NWSGridpoint.h"
+#include "marlune/ocean/nws/NWSGridpoint.h"
 #include "ocean/NOAATest.h"
 
 namespace marlune::testing {

@@ -3,7 +3,7 @@
 #include <string>
 #include <utility>
 
-#include "marlune/platform/Task.h"
+#include "marlune/tasks/Task.h"
 #include "support/HostTest.h"
 
 namespace marlune::testing {

@@ -2,9 +2,9 @@
 
 #include <cmath>
 
-#include "marlune/ocean/OceanSource.h"
-#include "marlune/ocean/OceanTimes.h"
-#include "marlune/ocean/WaterTemperatureDataProvider.h"
+#include "marlune/ocean/source/OceanSource.h"
+#include "marlune/ocean/source/OceanTimes.h"
+#include "marlune/ocean/source/WaterTemperatureDataProvider.h"
 
 namespace marlune {
 namespace {

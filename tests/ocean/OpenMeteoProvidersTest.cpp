@@ -4,10 +4,10 @@
 #include <cmath>
 #include <future>
 
-#include "marlune/ocean/LocalHours.h"
-#include "marlune/ocean/OceanTimes.h"
-#include "marlune/ocean/OpenMeteoDataProvider.h"
-#include "marlune/ocean/OpenMeteoWindProvider.h"
+#include "marlune/ocean/openmeteo/OpenMeteoDataProvider.h"
+#include "marlune/ocean/openmeteo/OpenMeteoWindProvider.h"
+#include "marlune/ocean/source/LocalHours.h"
+#include "marlune/ocean/source/OceanTimes.h"
 #include "ocean/OceanHostTest.h"
 
 namespace marlune::testing {

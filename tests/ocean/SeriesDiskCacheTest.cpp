@@ -1,4 +1,4 @@
-#include "marlune/ocean/SeriesDiskCache.h"
+#include "marlune/ocean/source/SeriesDiskCache.h"
 
 #include <cmath>
 

@@ -1,11 +1,12 @@
-#include "marlune/ocean/UKHOCurrentsDataProvider.h"
+#include "marlune/ocean/ukho/UKHOCurrentsDataProvider.h"
 
 #include <fmt/format.h>
 
 #include <cmath>
 
-#include "marlune/ocean/StreamRates.h"
-#include "marlune/ocean/UKHOStreamStation.h"
+#include "marlune/formats/JsonReaders.h"
+#include "marlune/ocean/ukho/StreamRates.h"
+#include "marlune/ocean/ukho/UKHOStreamStation.h"
 #include "ocean/OceanHostTest.h"
 
 namespace marlune::testing {

@@ -13,8 +13,8 @@
 #include <thread>
 #include <vector>
 
-#include "marlune/platform/linux/CurlHttpClient.h"
-#include "marlune/platform/linux/TransferLines.h"
+#include "marlune/platform/linux/http/CurlHttpClient.h"
+#include "marlune/platform/linux/http/TransferLines.h"
 #include "support/Completions.h"
 #include "support/LoopbackServer.h"
 

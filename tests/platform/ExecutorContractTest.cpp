@@ -9,8 +9,8 @@
 #include <thread>
 #include <vector>
 
-#include "marlune/platform/linux/MainLoop.h"
-#include "marlune/platform/linux/QueueFactory.h"
+#include "marlune/platform/linux/queues/MainLoop.h"
+#include "marlune/platform/linux/queues/QueueFactory.h"
 
 namespace marlune::testing {
 namespace {

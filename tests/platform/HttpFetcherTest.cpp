@@ -4,9 +4,9 @@
 
 #include <thread>
 
-#include "marlune/platform/OwnedQueue.h"
-#include "marlune/platform/linux/CurlHttpClient.h"
-#include "marlune/platform/linux/QueueFactory.h"
+#include "marlune/platform/linux/http/CurlHttpClient.h"
+#include "marlune/platform/linux/queues/QueueFactory.h"
+#include "marlune/tasks/OwnedQueue.h"
 #include "support/Completions.h"
 #include "support/FakeHttpClient.h"
 #include "support/LoopbackServer.h"

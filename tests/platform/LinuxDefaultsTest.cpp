@@ -7,12 +7,12 @@
 #include <string>
 
 #include "marlune/platform/PropertyListDefaults.h"
-#include "marlune/platform/linux/FolderLayout.h"
-#include "marlune/platform/linux/FolderResources.h"
-#include "marlune/platform/linux/LinuxFileSystem.h"
-#include "marlune/platform/linux/PropertyListBundle.h"
 #include "marlune/platform/linux/SystemLog.h"
 #include "marlune/platform/linux/SystemTimeZone.h"
+#include "marlune/platform/linux/files/FolderLayout.h"
+#include "marlune/platform/linux/files/FolderResources.h"
+#include "marlune/platform/linux/files/LinuxFileSystem.h"
+#include "marlune/platform/linux/files/PropertyListBundle.h"
 #include "support/MemoryFileSystem.h"
 #include "support/TemporaryFolder.h"
 

@@ -1,4 +1,4 @@
-#include "marlune/platform/linux/LinuxFileSystem.h"
+#include "marlune/platform/linux/files/LinuxFileSystem.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>

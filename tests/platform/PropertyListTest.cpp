@@ -1,4 +1,4 @@
-#include "marlune/platform/PropertyList.h"
+#include "marlune/formats/PropertyList.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>

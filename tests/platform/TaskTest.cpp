@@ -1,4 +1,4 @@
-#include "marlune/platform/Task.h"
+#include "marlune/tasks/Task.h"
 
 #include <gtest/gtest.h>
 
@@ -13,9 +13,9 @@
 #include <utility>
 #include <vector>
 
-#include "marlune/platform/OwnedQueue.h"
-#include "marlune/platform/SharedRequests.h"
-#include "marlune/platform/linux/QueueFactory.h"
+#include "marlune/platform/linux/queues/QueueFactory.h"
+#include "marlune/tasks/OwnedQueue.h"
+#include "marlune/tasks/SharedRequests.h"
 #include "support/HastyQueues.h"
 
 namespace marlune::testing {

@@ -1,4 +1,4 @@
-#include "marlune/platform/Text.h"
+#include "marlune/formats/Text.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <string>
 #include <utility>
 
-#include "marlune/platform/Iso8601.h"
+#include "marlune/formats/Iso8601.h"
 
 namespace marlune::testing {
 namespace {

@@ -1,4 +1,4 @@
-#include "marlune/platform/WorkScope.h"
+#include "marlune/tasks/WorkScope.h"
 
 #include <gtest/gtest.h>
 

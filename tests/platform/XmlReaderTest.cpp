@@ -1,4 +1,4 @@
-#include "marlune/platform/XmlReader.h"
+#include "marlune/formats/XmlReader.h"
 
 #include <gtest/gtest.h>
 

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "marlune/platform/Data.h"
+#include "marlune/base/Data.h"
 
 namespace marlune::testing {
 

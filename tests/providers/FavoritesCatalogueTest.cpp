@@ -1,9 +1,9 @@
 #include <algorithm>
 
-#include "marlune/platform/PropertyList.h"
+#include "marlune/favorites/FavoriteListManager.h"
+#include "marlune/formats/PropertyList.h"
 #include "marlune/providers/TideDataProviderAus.h"
 #include "marlune/providers/TideDataProviderUK.h"
-#include "marlune/storage/FavoriteListManager.h"
 #include "providers/ProviderTest.h"
 
 namespace marlune::testing {

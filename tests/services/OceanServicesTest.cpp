@@ -7,7 +7,7 @@
 #include <fmt/format.h>
 #include <rapidjson/document.h>
 
-#include "marlune/ocean/NWSGridpoint.h"
+#include "marlune/ocean/nws/NWSGridpoint.h"
 #include "services/AskService.h"
 #include "services/NwsService.h"
 #include "services/OpenMeteoService.h"

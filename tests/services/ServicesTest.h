@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "marlune/platform/linux/CurlHttpClient.h"
+#include "marlune/platform/linux/http/CurlHttpClient.h"
 #include "services/AskService.h"
 #include "services/LocalServices.h"
 

@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "marlune/formats/JsonReaders.h"
 #include "marlune/global/GlobalTides.h"
-#include "marlune/platform/JsonReaders.h"
 #include "services/Harmonics.h"
 #include "services/TidePredictor.h"
 

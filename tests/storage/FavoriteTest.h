@@ -14,9 +14,9 @@
 #include <utility>
 #include <vector>
 
-#include "marlune/platform/KeyedArchive.h"
-#include "marlune/platform/PropertyList.h"
-#include "marlune/storage/FavoriteListManager.h"
+#include "marlune/favorites/FavoriteListManager.h"
+#include "marlune/formats/KeyedArchive.h"
+#include "marlune/formats/PropertyList.h"
 #include "support/HostTest.h"
 #include "support/NotificationRecorder.h"
 

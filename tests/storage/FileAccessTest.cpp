@@ -1,11 +1,11 @@
-#include "marlune/storage/FileAccess.h"
+#include "marlune/platform/FileAccess.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 
-#include "marlune/platform/linux/FolderLayout.h"
-#include "marlune/platform/linux/LinuxFileSystem.h"
+#include "marlune/platform/linux/files/FolderLayout.h"
+#include "marlune/platform/linux/files/LinuxFileSystem.h"
 #include "support/TemporaryFolder.h"
 
 namespace marlune {

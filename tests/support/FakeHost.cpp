@@ -2,7 +2,7 @@
 
 #include "marlune/platform/FixedTimeZone.h"
 #include "marlune/platform/PropertyListDefaults.h"
-#include "marlune/platform/linux/QueueFactory.h"
+#include "marlune/platform/linux/queues/QueueFactory.h"
 
 namespace marlune::testing {
 

@@ -7,7 +7,7 @@
 #include <thread>
 #include <utility>
 
-#include "marlune/platform/Executor.h"
+#include "marlune/tasks/Executor.h"
 
 namespace marlune::testing {
 

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "marlune/platform/KeyedArchive.h"
+#include "marlune/formats/KeyedArchive.h"
 #include "marlune/tides/TideEvent.h"
 #include "marlune/tides/TideStation.h"
 

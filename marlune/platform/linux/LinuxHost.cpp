@@ -10,16 +10,16 @@
 #include "marlune/platform/FixedTimeZone.h"
 #include "marlune/platform/NotificationHub.h"
 #include "marlune/platform/PropertyListDefaults.h"
-#include "marlune/platform/linux/CurlHttpClient.h"
-#include "marlune/platform/linux/FolderLayout.h"
-#include "marlune/platform/linux/FolderResources.h"
-#include "marlune/platform/linux/LinuxFileSystem.h"
-#include "marlune/platform/linux/MainLoop.h"
-#include "marlune/platform/linux/PropertyListBundle.h"
-#include "marlune/platform/linux/QueueFactory.h"
 #include "marlune/platform/linux/SystemClock.h"
 #include "marlune/platform/linux/SystemLog.h"
 #include "marlune/platform/linux/SystemTimeZone.h"
+#include "marlune/platform/linux/files/FolderLayout.h"
+#include "marlune/platform/linux/files/FolderResources.h"
+#include "marlune/platform/linux/files/LinuxFileSystem.h"
+#include "marlune/platform/linux/files/PropertyListBundle.h"
+#include "marlune/platform/linux/http/CurlHttpClient.h"
+#include "marlune/platform/linux/queues/MainLoop.h"
+#include "marlune/platform/linux/queues/QueueFactory.h"
 
 namespace marlune {
 namespace {

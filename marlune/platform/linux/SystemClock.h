@@ -1,7 +1,7 @@
 #pragma once
 
+#include "marlune/base/Export.h"
 #include "marlune/platform/Clock.h"
-#include "marlune/platform/Export.h"
 
 namespace marlune {
 

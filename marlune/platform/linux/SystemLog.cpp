@@ -6,8 +6,8 @@
 
 #include <iterator>
 
-#include "marlune/platform/Text.h"
-#include "marlune/platform/linux/WholeFile.h"
+#include "marlune/formats/Text.h"
+#include "marlune/platform/linux/files/WholeFile.h"
 
 namespace marlune {
 

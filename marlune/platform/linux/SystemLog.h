@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "marlune/platform/Export.h"
+#include "marlune/base/Export.h"
 #include "marlune/platform/Log.h"
 
 namespace marlune {

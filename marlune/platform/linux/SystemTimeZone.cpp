@@ -6,7 +6,7 @@
 #include <system_error>
 #include <utility>
 
-#include "marlune/platform/linux/WholeFile.h"
+#include "marlune/platform/linux/files/WholeFile.h"
 
 namespace marlune {
 namespace {

@@ -3,8 +3,8 @@
 #include <optional>
 #include <string>
 
+#include "marlune/base/Export.h"
 #include "marlune/platform/DeviceTimeZone.h"
-#include "marlune/platform/Export.h"
 
 namespace marlune {
 

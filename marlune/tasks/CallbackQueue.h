@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstddef>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "marlune/tasks/Executor.h"
+
+namespace marlune {
+
+/// A queue for completions, which runs one at a time, in order. A completion may wait for what another one is
+/// to bring: it gives way first, and the queue goes on on a second thread, beside the one that waits. Calls
+/// are safe from any thread.
+class CallbackQueue final : public Executor {
+ public:
+  explicit CallbackQueue(std::shared_ptr<ExecutorFactory> factory);
+  ~CallbackQueue() override;
+  CallbackQueue(const CallbackQueue&) = delete;
+  CallbackQueue& operator=(const CallbackQueue&) = delete;
+
+  /// Drops the job once the queue is closed.
+  void post(Job job) override;
+
+  /// Lets the others go on where the calling thread runs one of this queue's jobs; nothing otherwise.
+  void giveWay();
+
+  /// Drops what has not started, and waits for what has, save the job that calls this.
+  void close();
+
+ private:
+  /// One thread of the queue, and whether it has something to do.
+  struct Lane {
+    std::shared_ptr<Executor> executor;
+    bool isBusy = false;
+  };
+  struct State {
+    std::mutex mutex;
+    // Guarded by the mutex.
+    std::deque<Job> jobs;
+    std::vector<std::shared_ptr<Lane>> lanes;
+    std::shared_ptr<Lane> current;  // takes the jobs, or is about to; null when there are none
+    std::thread::id runner;         // of the current lane, once it runs
+    bool closed = false;
+  };
+
+  void openLane();
+  static void run(State& state, const std::shared_ptr<Lane>& lane);
+
+  const std::shared_ptr<ExecutorFactory> factory_;
+  const std::shared_ptr<State> state_ = std::make_shared<State>();
+};
+
+}  // namespace marlune

@@ -328,7 +328,7 @@ TEST(TransferLinesTest, countsByHostAndInAllAndServesWhoHasLeast) {
   lines.add(std::make_shared<CurlTransfer>(HttpRequest{.url = "http://one.test/9"}, nullptr, nullptr, [] {}));
   EXPECT_EQ(lines.next(), nullptr) << "the same host under another spelling";
 
-  for (int host = 0; host < 8; ++host) {
+  for (int host = 0; host < 9; ++host) {
     for (int i = 0; i < 6; ++i) add("https://host" + std::to_string(host) + ".test/");
   }
   const auto late = add("http://one.test:81/");

@@ -28,9 +28,9 @@ namespace marlune {
 ///     for (;;) {
 ///       const auto before = work->ended();
 ///       if (lookInMemory()) return;
-///       const auto joined = work->join(address, {[queue](auto share) { queue->post(store(share)); }},
-///       before); if (joined.ticket) begin(address, [ticket = joined.ticket](auto answer) {
-///       ticket->answer(answer); }); if (!joined.lookAgain) return;
+///       const auto joined = work->join(address, {.completion = store}, before);
+///       if (joined.ticket) send(address, [ticket = joined.ticket](auto answer) { ticket->answer(answer); });
+///       if (!joined.lookAgain) return;
 ///     }
 template <class Answer>
 class JoinedWork : public std::enable_shared_from_this<JoinedWork<Answer>> {

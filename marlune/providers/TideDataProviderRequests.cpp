@@ -40,6 +40,9 @@ void TideDataProvider::beginGetHighLowTideData(const StationPtr& station, const 
     if (notify) notifyHighLowDataFetchComplete(outcome(station, *date));
     return;
   }
+  // What is queued from here on may be done, and an observer of it destroy the provider, before this returns.
+  const auto entered = WorkScope::enter(work_);
+  if (!entered) return;
   if (notify && !post(notifications::fetchBegun, nullptr, std::nullopt)) return;
 
   const CivilTime when = calendarForStation(station).components(*date);
@@ -197,6 +200,7 @@ void TideDataProvider::fetchRange(const StationPtr& station, Date from, Date to,
                                   EventsCompletion completion) {
   const auto outstanding = outstanding_;
   std::optional<std::uint64_t> number;
+  std::optional<WorkScope::Entry> entered;
   // Shared with what is dropped when memory and disk have to be looked at again.
   const auto body = std::make_shared<decltype(take)>(std::move(take));
   for (;;) {
@@ -207,12 +211,16 @@ void TideDataProvider::fetchRange(const StationPtr& station, Date from, Date to,
     }
     const std::int64_t year = calendarForStation(station).components(from).year;
     const std::string url = getTideDataEndpointForStation(station, year);
-    if (!number) number = outstanding->add(std::move(completion));
+    if (!number) {
+      entered.emplace(WorkScope::enter(work_));
+      number = outstanding->add(std::move(completion));
+      if (!*entered) return outstanding->call(*number, std::nullopt);
+    }
     const bool taken = downloads_->fetch(
         url,
         [scope = work_, outstanding, number = *number, body](YearDownloads::Share share) {
           std::optional<Events> found;
-          if (const auto entered = WorkScope::enter(scope)) {
+          if (const auto inside = WorkScope::enter(scope)) {
             const Data& data = share.answer();
             if (data && data->size() >= bytesOfRangeTransfer) found = (*body)(data);
             share.letGo();
@@ -268,6 +276,8 @@ std::optional<TideDataProvider::Events> TideDataProvider::takeRange(const Statio
 
 void TideDataProvider::queueRefreshDataTaskForStation(const StationPtr& station) {
   if (!station || !station->stationId) return;
+  const auto entered = WorkScope::enter(work_);
+  if (!entered) return;
   registerIfUnknown(station);
   const auto mark = _pendingOperations->begin(*station->stationId);
   if (!mark) return;
@@ -354,6 +364,8 @@ std::vector<std::string> TideDataProvider::yearsForFavoriteDownload() const {
 
 void TideDataProvider::verifyAndDownloadFavoriteStationData(const StationPtr& station) {
   if (!station || !station->stationId) return;
+  const auto entered = WorkScope::enter(work_);
+  if (!entered) return;
   registerIfUnknown(station);
   for (const std::string& yearText : yearsForFavoriteDownload()) {
     const std::int64_t year = lenientInteger(yearText);

@@ -116,10 +116,10 @@ void TideDataProvider::loadFromFile(const MonthRequest& request) {
 bool TideDataProvider::downloadMonth(const MonthRequest& request) {
   const YearDownloads::Year year{getTideDataEndpointForStation(request.station, request.year),
                                  request.fileName};
-  auto take = [this, scope = work_, request](YearDownloads::Share share) mutable {
+  auto take = [this, scope = work_, request](YearDownloads::Share share) {
     const auto entered = WorkScope::enter(scope);
     if (!entered) return;
-    enqueue(_loadqueue, [this, request = std::move(request), taken = std::move(share)]() mutable {
+    enqueue(_loadqueue, [this, request, taken = std::move(share)]() mutable {
       const bool usable = takeMonth(request, taken.answer());
       taken.letGo();
       // First, so that who asks again when told is not taken for a double.
@@ -198,38 +198,32 @@ void TideDataProvider::fetchTideEventsForStation(const StationPtr& station, Date
 void TideDataProvider::fetchRange(const StationPtr& station, Date from, Date to, std::size_t enough,
                                   UniqueFunction<std::optional<Events>(const Data&)> take,
                                   EventsCompletion completion) {
+  auto before = downloads_->now();
+  auto events = getTideDataByTimestamp(station, wholeSecondsOf(from), wholeSecondsOf(to));
+  if (events && events->size() >= enough) return completion(std::move(events));
+
+  const auto entered = WorkScope::enter(work_);
+  if (!entered) return completion(std::nullopt);
   const auto outstanding = outstanding_;
-  std::optional<std::uint64_t> number;
-  std::optional<WorkScope::Entry> entered;
+  const auto number = outstanding->add(std::move(completion));
+  const std::string url =
+      getTideDataEndpointForStation(station, calendarForStation(station).components(from).year);
   // Shared with what is dropped when memory and disk have to be looked at again.
   const auto body = std::make_shared<decltype(take)>(std::move(take));
-  for (;;) {
-    const auto before = downloads_->now();
-    auto events = getTideDataByTimestamp(station, wholeSecondsOf(from), wholeSecondsOf(to));
-    if (events && events->size() >= enough) {
-      return number ? outstanding->call(*number, std::move(events)) : completion(std::move(events));
+  const auto finish = [scope = work_, outstanding, number, body](YearDownloads::Share share) {
+    std::optional<Events> found;
+    if (const auto inside = WorkScope::enter(scope)) {
+      const Data& data = share.answer();
+      if (data && data->size() >= bytesOfRangeTransfer) found = (*body)(data);
+      share.letGo();
     }
-    const std::int64_t year = calendarForStation(station).components(from).year;
-    const std::string url = getTideDataEndpointForStation(station, year);
-    if (!number) {
-      entered.emplace(WorkScope::enter(work_));
-      number = outstanding->add(std::move(completion));
-      if (!*entered) return outstanding->call(*number, std::nullopt);
-    }
-    const bool taken = downloads_->fetch(
-        url,
-        [scope = work_, outstanding, number = *number, body](YearDownloads::Share share) {
-          std::optional<Events> found;
-          if (const auto inside = WorkScope::enter(scope)) {
-            const Data& data = share.answer();
-            if (data && data->size() >= bytesOfRangeTransfer) found = (*body)(data);
-            share.letGo();
-          }
-          if (found && found->empty()) found = std::nullopt;
-          outstanding->call(number, std::move(found));
-        },
-        before);
-    if (taken) return;
+    if (found && found->empty()) found = std::nullopt;
+    outstanding->call(number, std::move(found));
+  };
+  while (!downloads_->fetch(url, finish, before)) {
+    before = downloads_->now();
+    events = getTideDataByTimestamp(station, wholeSecondsOf(from), wholeSecondsOf(to));
+    if (events && events->size() >= enough) return outstanding->call(number, std::move(events));
   }
 }
 
@@ -240,7 +234,7 @@ void TideDataProvider::prefetchYear(const StationPtr& station, std::int64_t year
     if (files_->fileExistsInContainer(kGroupContainerName, fileName)) return;
     const bool taken = downloads_->fetch(
         getTideDataEndpointForStation(station, year),
-        [this, scope = work_, fileName](YearDownloads::Share share) {
+        [this, scope = work_, fileName](const YearDownloads::Share& share) {
           if (const auto entered = WorkScope::enter(scope)) {
             keepDownload(share.answer(), fileName, bytesOfRangeTransfer);
           }
@@ -296,10 +290,10 @@ void TideDataProvider::refreshDataForStation(const RefreshRequest& request) {
   const CivilTime when = calendarForStation(station).components(request.now);
   const YearDownloads::Year year{getTideDataEndpointForStation(station, when.year),
                                  fileNameForStation(*station->stationId, when.year)};
-  auto take = [this, scope = work_, request](YearDownloads::Share share) mutable {
+  auto take = [this, scope = work_, request](YearDownloads::Share share) {
     const auto entered = WorkScope::enter(scope);
     if (!entered) return;
-    enqueue(_loadqueue, [this, request = std::move(request), taken = std::move(share)]() mutable {
+    enqueue(_loadqueue, [this, request, taken = std::move(share)]() mutable {
       const bool usable = takeRefresh(request, taken.answer());
       const std::size_t size = taken.answer() ? taken.answer()->size() : 0;
       taken.letGo();

@@ -67,11 +67,12 @@ struct FavoriteHooks {
 ///     auto station = provider.getDefaultTideStation();
 ///     provider.fetchTideEventsForStation(station, from, to, [](auto events) { if (events) draw(*events); });
 ///
-/// Who asks at a time for what lies at one address shares one transfer, and one who gives up fails no other.
+/// Equal questions that are open at the same time share one transfer; a caller that gives up fails no other.
 ///
-/// A provider made with a constructor may be destroyed at any moment, also by an observer or a completion:
-/// work that has not begun is dropped, transfers are cancelled, waits end, what runs is waited for save what
-/// destroys it, and every completion has been called when the destructor returns.
+/// A provider made with a constructor may be destroyed with work in flight, also by an observer or a
+/// completion of its own, once no other thread calls it. Work that has not begun is dropped, transfers are
+/// cancelled, waits end, and what runs is waited for, except what destroys the provider. Every completion has
+/// been called when the destructor returns.
 ///
 /// An application may derive its own provider. A deriving class calls stopWork() first in its own destructor.
 /// What it overrides may be called on any thread, and is called without a lock held.

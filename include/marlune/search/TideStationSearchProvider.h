@@ -27,8 +27,9 @@ struct SearchableStations {
 ///
 /// Every operation may be called from any thread. Indexing and searching run one after the other on a queue
 /// of the provider's own; answers come on the main thread, in the order of the questions, each exactly once.
-/// An instance made with the constructor may be destroyed at any moment; every completion has been called
-/// when the destructor returns, those still open with nothing and on the thread that destroys.
+/// An instance made with the constructor may be destroyed with questions open, once no other thread calls it;
+/// every completion has been called when the destructor returns, those still open with nothing and on the
+/// thread that destroys.
 ///
 /// The records of an answer are owned together: while one is held, all that are indexed are kept.
 ///

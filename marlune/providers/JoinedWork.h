@@ -16,14 +16,15 @@
 
 namespace marlune {
 
-/// Work by key, a transfer by its address for example, that all who ask for it at a time share. Unlike what
-/// only hands answers on, it lasts until those who got the answer have stored it, so that nobody who comes in
-/// between finds neither the work nor what it brought. An answer that converts to false is a failure: there
-/// is nothing to store, and the next who asks begins anew.
+/// Work by key, for example a transfer by its address, that all its callers share. It stays open until those
+/// that got the answer have stored it, so that a caller that comes in between finds either the work or what
+/// it brought. An answer that converts to false is a failure: nothing is stored, and the next caller begins
+/// anew.
 ///
 /// Held by shared_ptr. Safe from any thread. Nothing is called with a lock held. An asker is called exactly
-/// once, on the thread that answers, or inside join() where the answer is there already; it should only hand
-/// on. Who began the work has a ticket, and where that is dropped the answer is a failure.
+/// once, on the thread that answers, or inside join() if the answer is there already; it should only post
+/// what it got. The caller that begins the work holds a ticket; if the ticket is dropped, the answer is a
+/// failure.
 ///
 ///     for (;;) {
 ///       const auto before = work->ended();

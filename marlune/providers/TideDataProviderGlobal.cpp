@@ -140,7 +140,7 @@ void TideDataProvider::queueGlobalYear(const StationPtr& station, Date date, std
   auto mark = _pendingOperations->begin(fmt::format("{}:{}", key, month), notify);
   if (!mark) return;
   auto take = [this, scope = work_, station, date, mark, notify](const JoinedWork<bool>::Share& present) {
-    // First, so that who asks again when told is not taken for a double.
+    // First, so that a caller that asks again when told is not taken for a double.
     mark->end();
     const auto entered = WorkScope::enter(scope);
     if (!entered || !notify) return;

@@ -122,7 +122,7 @@ bool TideDataProvider::downloadMonth(const MonthRequest& request) {
     enqueue(_loadqueue, [this, request, taken = std::move(share)]() mutable {
       const bool usable = takeMonth(request, taken.answer());
       taken.letGo();
-      // First, so that who asks again when told is not taken for a double.
+      // First, so that a caller that asks again when told is not taken for a double.
       request.mark->end();
       if (!request.notify) return;
       postOnMain(usable ? &TideDataProvider::notifyHighLowDataFetchComplete
@@ -297,7 +297,7 @@ void TideDataProvider::refreshDataForStation(const RefreshRequest& request) {
       const bool usable = takeRefresh(request, taken.answer());
       const std::size_t size = taken.answer() ? taken.answer()->size() : 0;
       taken.letGo();
-      // First, so that who asks again when told is not taken for a double.
+      // First, so that a caller that asks again when told is not taken for a double.
       request.mark->end();
       if (usable) {
         postOnMain(&TideDataProvider::notifyHighLowDataFetchComplete, request.station, request.now);

@@ -42,7 +42,7 @@ bool YearDownloads::fetch(const std::string& url, Take take, std::optional<Momen
 
 void YearDownloads::transfer(const std::string& url, const Ticket& ticket) {
   fetcher_->fetch(url, [ticket](Data data) {
-    // Of use to nobody who asks, so there is nothing to store.
+    // No caller can use it, so nothing is stored.
     if (data && data->size() < year_file_rules::fewestBytes) data = nullptr;
     ticket->answer(std::move(data));
   });

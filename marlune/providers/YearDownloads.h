@@ -19,12 +19,12 @@ namespace marlune {
 
 class HttpFetcher;
 
-/// What one provider fetches: one transfer an address at a time, and above that one download a year at a
-/// time, however many ask. A transfer gives bytes, which each who asks judges and stores by a rule of its
-/// own. A download is a call of the provider's loadDataAtURL(), which stores and posts by itself, and answers
-/// inside the call or later, on any thread, or never. Held by shared_ptr. Safe from any thread.
+/// What one provider fetches: one transfer per address at a time, and above that one download per year at a
+/// time, however many callers ask. A transfer gives bytes, which each caller judges and stores by its own
+/// rule. A download is a call of the provider's loadDataAtURL(), which stores and posts by itself, and
+/// answers inside the call or later, on any thread, or never. Held by shared_ptr. Safe from any thread.
 ///
-/// Who has looked in vain at what is stored says when that was: where something has come in between, the
+/// A caller that has looked in vain at what is stored says when it looked. If something has ended since, the
 /// question is not taken, and the caller looks again.
 class YearDownloads : public std::enable_shared_from_this<YearDownloads> {
  public:
@@ -62,9 +62,9 @@ class YearDownloads : public std::enable_shared_from_this<YearDownloads> {
 
   // --- Downloads ---
 
-  /// Has `take` called where the download of a year ends, on any thread; it only hands on. The first who asks
-  /// is handed a ticket by `begin`, inside this call, and sees to it that run() is called with it. `mark` is
-  /// that of the request. False: look again.
+  /// Calls `take` when the download of a year ends, on any thread; it should only post what it got. The first
+  /// caller gets a ticket through `begin`, inside this call, and must have run() called with it. `mark` is
+  /// the request's. False: look again.
   [[nodiscard]] bool download(const Year& year, Take take, std::shared_ptr<PendingOperations::Mark> mark,
                               const std::function<void(Ticket)>& begin, std::optional<Moment> before = {});
   /// Downloads on this thread; it, and the provider, may be gone afterwards.
@@ -72,13 +72,13 @@ class YearDownloads : public std::enable_shared_from_this<YearDownloads> {
   /// The same for one thread that waits until stop(). Nothing: look again.
   std::optional<Share> downloadAndWait(const Year& year, Moment before);
   bool isUnderWay(const Year& year) const;
-  /// The download of a year has ended and the file lies there, or has failed: who asks from now on, told of
-  /// it before the answer comes, begins anew. Of a failure the requests' keys are free as well.
+  /// The download of a year has ended: its file is stored, or it has failed. A caller that asks from now on,
+  /// told of it before the answer comes, begins anew. After a failure the requests' keys are free as well.
   void ended(const Year& year, bool failed);
 
   /// Cancels transfers and ends all waits, for good.
   void stop();
-  /// Drops the completions that have not begun, and waits for those that have, save one that calls this.
+  /// Drops completions that have not begun, and waits for those that have, except one that calls this.
   void close();
 
  private:

@@ -11,9 +11,9 @@
 
 namespace marlune {
 
-/// A queue for completions, which runs one at a time, in order. A completion may wait for what another one is
-/// to bring: it gives way first, and the queue goes on on a second thread, beside the one that waits. Calls
-/// are safe from any thread.
+/// A queue for completions: it runs one at a time, in order. A completion that has to wait for what another
+/// one will bring gives way first; the queue then continues on a second thread, beside the one that waits.
+/// Calls are safe from any thread.
 class CallbackQueue final : public Executor {
  public:
   explicit CallbackQueue(std::shared_ptr<ExecutorFactory> factory);
@@ -24,10 +24,10 @@ class CallbackQueue final : public Executor {
   /// Drops the job once the queue is closed.
   void post(Job job) override;
 
-  /// Lets the others go on where the calling thread runs one of this queue's jobs; nothing otherwise.
+  /// If the calling thread runs a job of this queue, lets the other jobs run; otherwise does nothing.
   void giveWay();
 
-  /// Drops what has not started, and waits for what has, save the job that calls this.
+  /// Drops jobs that have not started, and waits for those that have, except the one that calls this.
   void close();
 
  private:

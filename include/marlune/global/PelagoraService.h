@@ -20,14 +20,14 @@ namespace marlune {
 /// of a year. Both answers are kept as they came in the shared container, so that every process of the
 /// application sees them; a year that is kept is final, the points are replaced by each new answer.
 ///
-/// Every operation may be called from any thread; nothing fails aloud. Completions are called exactly once,
-/// and tasks go on, on background threads of the service's that do nothing else, four at a time: one that
-/// blocks delays no other answer, four that block delay the fifth. They never run inside the call that asks,
-/// save what is asked while or after the service ends: that is answered there, with nothing. Equal questions
-/// that are under way share one request; each gets records of its own.
+/// Every operation may be called from any thread; a failure is an absent answer. Completions are called
+/// exactly once, and tasks resume, on background threads of the service's that do nothing else, four at a
+/// time: one that blocks delays no other answer, four that block delay the fifth. They never run inside the
+/// call that asks, except for a question asked while or after the service ends, which is answered there, with
+/// nothing. Equal questions that are open at the same time share one request; each gets its own records.
 ///
-/// A request ends after 60 seconds without a byte, and after ten minutes in all; the answer is stored even
-/// where nobody waits for it any more.
+/// A request ends after 60 seconds without a byte, and after ten minutes in all. Its answer is stored even if
+/// nobody waits for it any more.
 ///
 /// A service made with the constructor may be destroyed while questions are open, also by a completion, but
 /// not while another thread calls it: transfers are cancelled, and every completion has been called when the

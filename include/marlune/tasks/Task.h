@@ -59,9 +59,9 @@ class ChainRun {
 
 }  // namespace task_detail
 
-/// A chain of tasks that waits for something outside, and the right to go on with it. Whoever waits on behalf
-/// of the chain holds this, and nothing else keeps the chain: where it is dropped, the whole chain is given
-/// up, its frames are destroyed, and its completion is called with nothing.
+/// A chain of tasks that waits for something outside, and the right to resume it. Whatever waits on behalf of
+/// the chain holds this, and nothing else keeps the chain: if it is dropped, the whole chain is given up, its
+/// frames are destroyed, and its completion is called with nothing.
 class WaitingTask {
  public:
   /// For the `await_suspend` of a thing to wait for; requires that the thing awaits within a task. As soon as
@@ -78,7 +78,7 @@ class WaitingTask {
   /// Goes on with the chain on this thread, until it waits again or ends.
   void resume() { task_detail::ChainRun().run(*std::exchange(chain_, nullptr), frame_); }
 
-  /// The same from within `await_suspend`, which runs on the chain's thread: goes on as soon as that is over.
+  /// The same from within `await_suspend`, which runs on the chain's thread: resumes as soon as that is over.
   void resumeSoon() { *std::exchange(chain_, nullptr)->next = frame_; }
 
  private:
@@ -107,7 +107,7 @@ void start(Task<T> task, std::type_identity_t<TaskCompletion<T>> completion);
 
 /// An asynchronous operation as a coroutine: lazy, that is it does nothing until it is awaited or started,
 /// and move-only. One that is never awaited is dropped without harm; one is awaited at most once. No
-/// exception may leave it. A task is used by one thread at a time; it goes on where what it waits for ends.
+/// exception may leave it. A task is used by one thread at a time; it resumes where what it waits for ends.
 ///
 ///     Task<Data> readLater(std::shared_ptr<Executor> queue, std::shared_ptr<FileAccess> files) {
 ///       co_await resumeOn(queue);
@@ -116,7 +116,7 @@ void start(Task<T> task, std::type_identity_t<TaskCompletion<T>> completion);
 ///     start(readLater(queue, files), [](Data data) { ... });
 ///
 /// Coroutines take their parameters by value and are named functions: references and the captures of a lambda
-/// are gone when a task goes on. For the same reason an object's coroutines run on a shared state, not on
+/// are gone when a task resumes. For the same reason an object's coroutines run on a shared state, not on
 /// `this`. No lock is held across a `co_await`.
 template <class T>
 class [[nodiscard]] Task {
@@ -164,9 +164,9 @@ class [[nodiscard]] Task {
     if (frame_) frame_.destroy();
   }
 
-  /// Within a task, goes on in the same chain. In a coroutine of another kind the task is started and resumes
-  /// that coroutine at its end, with a default-made T where the task was given up; such a coroutine must stay
-  /// until then.
+  /// Within a task, continues in the same chain. In a coroutine of another kind the task is started and
+  /// resumes that coroutine at its end, with a default-made T where the task was given up; such a coroutine
+  /// must stay until then.
   Awaiter operator co_await() && { return Awaiter(std::move(*this)); }
 
  private:
@@ -177,24 +177,24 @@ class [[nodiscard]] Task {
 
 namespace task_detail {
 
-/// What a question and its answer share. The answer goes on where it is given, also while the call that asks
-/// is not over yet, so that nobody goes on inside that call; only an answer that is given inside it, on its
-/// own thread, waits for its end. Made on the thread that asks.
+/// What a question and its answer share. The awaiting task resumes on the thread that answers, even while the
+/// call that asks is not over yet, so that nothing resumes inside that call; only an answer that is given
+/// inside it, on its own thread, waits for its end. Made on the thread that asks.
 template <class Value>
 class Meeting {
  public:
-  /// Set by who answers, before anything else.
+  /// Set by the answering side, before anything else.
   std::optional<Value> value;
 
-  /// For who answers, once: true where it is to go on here, false where who asked goes on.
-  bool goesOnHere() {
+  /// For the answering side, once: true if it resumes the task here, false if the asking side does.
+  bool resumesHere() {
     if (asker_ != std::this_thread::get_id() || !asking_.load(std::memory_order_relaxed)) return true;
     answeredInside_ = true;
     return false;
   }
 
-  /// For who asked, as the call ends: true where it is to go on with the answer, which was given inside.
-  /// Where it is false, another thread may be at work on whatever waited.
+  /// For the asking side, as the call ends: true if it resumes the task, with an answer that was given
+  /// inside. If it is false, another thread may be running the task already.
   bool endAsking() {
     asking_.store(false, std::memory_order_relaxed);
     return answeredInside_;
@@ -227,12 +227,12 @@ class Task<T>::Awaiter {
     const auto meeting = meeting_ = std::make_shared<task_detail::Meeting<Value>>();
     if constexpr (std::is_void_v<T>) {
       start(std::move(task_), [meeting, foreign]() mutable {
-        if (meeting->goesOnHere()) foreign.resume();
+        if (meeting->resumesHere()) foreign.resume();
       });
     } else {
       start(std::move(task_), [meeting, foreign](T value) mutable {
         meeting->value.emplace(std::move(value));
-        if (meeting->goesOnHere()) foreign.resume();
+        if (meeting->resumesHere()) foreign.resume();
       });
     }
     return !meeting->endAsking();
@@ -340,7 +340,7 @@ class [[nodiscard]] CompletionOperation {
    private:
     void answer() {
       const auto meeting = std::exchange(meeting_, nullptr);
-      if (!meeting || !meeting->goesOnHere()) return;
+      if (!meeting || !meeting->resumesHere()) return;
       WaitingTask waiting = std::move(meeting->waiting);
       if (meeting->value) waiting.resume();
     }
@@ -378,21 +378,22 @@ class [[nodiscard]] CompletionOperation {
 };
 
 /// An operation that calls a completion, to be awaited once, in a statement of its own: `begin` is called
-/// with the completion, which may be called at once or later, on any thread, where the task goes on; on that
-/// of `begin` and before its end, as soon as it has ended. Where it is dropped, the chain is given up.
+/// with the completion, which may be called at once or later, on any thread. The task resumes on that thread;
+/// if that is the thread of `begin` before `begin` has ended, it resumes when `begin` ends. If the completion
+/// is dropped, the chain is given up.
 ///
 ///     auto answer = completionOf<HttpAnswer>(
 ///         [client, request](UniqueFunction<void(HttpAnswer)> done) { client->send(request, std::move(done));
 ///         });
 ///     co_return co_await answer;
 ///
-/// `begin` may still run when the task goes on, so it holds what it needs by value.
+/// `begin` may still run when the task resumes, so it holds what it needs by value.
 template <class Value, class Begin>
 CompletionOperation<Value, Begin> completionOf(Begin begin) {
   return CompletionOperation<Value, Begin>(std::move(begin));
 }
 
-/// The same task as a chain of its own: where what it waits for is dropped, who awaits this goes on, with a
+/// The same task as a chain of its own: if what it waits for is dropped, the awaiting task resumes, with a
 /// default-made T. An object puts it between its tasks and those of its callers, so that its end does not end
 /// theirs.
 template <class T>

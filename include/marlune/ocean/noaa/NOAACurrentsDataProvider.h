@@ -13,12 +13,12 @@ namespace marlune {
 
 /// Tidal currents in waters of the United States, as the national service predicts them for the nearest
 /// station within 50 km: a sample each half hour, and the slacks, floods and ebbs. The predictions are kept
-/// as files in the shared container. Who asks waits for the days that are not there yet, in UTC; the rest of
-/// their month is fetched behind the caller's back. Periods of more than 366 days are answered with nothing.
+/// as files in the shared container. The caller waits for the missing days, in UTC; the rest of their month
+/// is fetched in the background. Periods of more than 366 days are answered with nothing.
 ///
-/// Safe from any thread; tasks go on on the provider's thread, which they must not block. May be destroyed
-/// with questions open once no call of its operations is under way, also in a task of its own that goes on:
-/// requests are given up, and every other task that waits has gone on, with nothing, when the destructor
+/// Safe from any thread. Tasks resume on the provider's thread, which they must not block. May be destroyed
+/// with questions open once no call of its operations is under way, also by a task that it has resumed:
+/// requests are given up, and every other waiting task has resumed, with nothing, when the destructor
 /// returns, on the destructor's thread or on the provider's.
 ///
 ///     NOAACurrentsDataProvider currents(host);

@@ -189,5 +189,16 @@ TEST_F(GlobalPointsTest, WhoIsToldMayDestroyTheProvider) {
   EXPECT_EQ(provider, nullptr);
 }
 
+TEST_F(GlobalPointsTest, OnlyWorldwidePointsAreRegistered) {
+  provider->registerGlobalStation(nullptr);
+  station->stationId = "5";
+  station->isGlobal = false;
+  provider->registerGlobalStation(station);
+  EXPECT_FALSE(provider->getTideStationById("5"));
+  station->isGlobal = true;
+  provider->registerGlobalStation(station);
+  EXPECT_EQ(provider->getTideStationById("5"), station);
+}
+
 }  // namespace
 }  // namespace marlune::testing

@@ -48,22 +48,22 @@ class PelagoraServiceTest : public HostTest {
     return std::make_unique<PelagoraService>(host, files);
   }
 
+  template <class Result>
+  auto into(Result& result) {
+    return [&, once = completions.once("answer")](auto got) {
+      result = std::move(got);
+      once();
+    };
+  }
   std::optional<Stations> points() {
     std::optional<Stations> result;
-    service->fetchTidePointsWithCompletionHandler([&, once = completions.once("points")](auto stations) {
-      result = std::move(stations);
-      once();
-    });
+    service->fetchTidePointsWithCompletionHandler(into(result));
     EXPECT_TRUE(fake.settle());
     return result;
   }
-
   Events year(double lat, double lon, std::int64_t year) {
     Events result;
-    service->fetchGlobalTidesWithLat(lat, lon, year, [&, once = completions.once("year")](Events events) {
-      result = std::move(events);
-      once();
-    });
+    service->fetchGlobalTidesWithLat(lat, lon, year, into(result));
     EXPECT_TRUE(fake.settle());
     return result;
   }
@@ -72,7 +72,6 @@ class PelagoraServiceTest : public HostTest {
     const Data data = files->loadFileInContainer(kGroupContainerName, name);
     return data ? *data : "none";
   }
-  std::string lastUrl() const { return fake.http->requests().back().url; }
 
   std::shared_ptr<Application> application = std::make_shared<Application>();
   std::shared_ptr<FileAccess> files;
@@ -116,16 +115,12 @@ TEST(TidePointsTest, OneBadPointSpoilsTheList) {
   EXPECT_TRUE(tide_points::stationsOf(pointWith(""), readers));
   EXPECT_TRUE(tide_points::stationsOf(pointWith(R"(,"name":")" + std::string(1 << 20, 'n') + '"'), readers));
   EXPECT_EQ(tide_points::stationsOf("[]", readers)->size(), 0U);
-  const std::string spoiled[] = {"{}",
-                                 "[null]",
-                                 pointWith("") + "x",
-                                 R"([{"id":5,"lon":2}])",
-                                 R"([{"id":5.5,"lat":1,"lon":2}])",
-                                 R"([{"id":9223372036854775808,"lat":1,"lon":2}])",
-                                 R"([{"id":5,"lat":1,"lon":1e400}])",
-                                 pointWith(R"(,"name":1)"),
-                                 pointWith(",\"name\":\"\xff\""),
-                                 pointWith(R"(,"x":1.e999)"),
+  for (const char* const fields :
+       {R"("id":5,"lon":2)", R"("id":5.5,"lat":1,"lon":2)", R"("id":9223372036854775808,"lat":1,"lon":2)",
+        R"("id":5,"lat":1,"lon":1e400)", R"("id":5,"lat":1,"lon":2,"name":1)",
+        "\"id\":5,\"lat\":1,\"lon\":2,\"name\":\"\xff\"", R"("id":5,"lat":1,"lon":2,"x":1.e999)"})
+    EXPECT_FALSE(tide_points::stationsOf("[{" + std::string(fields) + "}]", readers)) << fields;
+  const std::string spoiled[] = {"{}", "[null]", pointWith("") + "x",
                                  pointWith(R"(,"x":)" + std::string(2000, '[') + std::string(2000, ']'))};
   for (const auto& text : spoiled) EXPECT_FALSE(tide_points::stationsOf(text, readers)) << text.substr(0, 80);
 }
@@ -247,12 +242,10 @@ TEST_F(PelagoraServiceTest, AYearIsAskedForUntilItHasEvents) {
 
 TEST_F(PelagoraServiceTest, RequestsAndFileNamesAreLetterForLetter) {
   struct Case {
-    std::optional<std::string> region;
-    double lat;
-    double lon;
+    const char* region;
+    double lat, lon;
     std::int64_t year;
-    std::string query;
-    std::string file;
+    const char *query, *file;
   };
   const Case cases[] = {
       {"worldwide", 10, -0.0, 2025, "lat=10.0&lon=-0.0&year=2025&agencies=noaa,ukho,aus",
@@ -264,11 +257,11 @@ TEST_F(PelagoraServiceTest, RequestsAndFileNamesAreLetterForLetter) {
   for (const Case& one : cases) {
     application->regionName = one.region;
     service = make();
-    const std::string url = "https://tides.test/tides?" + one.query;
+    const std::string url = std::string("https://tides.test/tides?") + one.query;
     fake.http->script(url, answerOf(twoEvents));
     EXPECT_EQ(year(one.lat, one.lon, one.year).size(), 2U);
-    EXPECT_EQ(lastUrl(), url);
-    EXPECT_EQ(kept("pelagora_tides_v2_" + one.file + ".json"), twoEvents);
+    EXPECT_EQ(fake.http->requests().back().url, url);
+    EXPECT_EQ(kept(std::string("pelagora_tides_v2_") + one.file + ".json"), twoEvents);
   }
 }
 

@@ -1,6 +1,7 @@
 #include <atomic>
 #include <future>
 #include <thread>
+#include <utility>
 
 #include "providers/ProviderTest.h"
 
@@ -62,7 +63,11 @@ TEST_F(CatalogueTest, FindsByPlace) {
   provider->loadStationData();
   EXPECT_EQ(idsOf(provider->getStationsByNearest({11, -179.9})), "c b a d ");
   EXPECT_EQ(idsOf(provider->getStationsByRegionBoundary({9, 19}, {11, 21})), "a ");
-  EXPECT_TRUE(provider->getStationsByRegionBoundary({10, 19}, {11, 21}).empty()) << "strict on the edge";
+  const std::pair<Coordinate, Coordinate> onAnEdge[] = {
+      {{10, 19}, {11, 21}}, {{9, 20}, {11, 21}}, {{9, 19}, {10, 21}}, {{9, 19}, {11, 20}}};
+  for (const auto& [southWest, northEast] : onAnEdge) {
+    EXPECT_TRUE(provider->getStationsByRegionBoundary(southWest, northEast).empty()) << "strict on each edge";
+  }
   EXPECT_TRUE(provider->getStationsByRegionBoundary({11, 21}, {9, 19}).empty())
       << "corners the other way round";
 }

@@ -145,6 +145,18 @@ TEST_F(FavoriteMergeTest, WhatIsRemovedWhileASaveAsksStaysSo) {
   EXPECT_EQ(listed(), Ids{"a"});
 }
 
+TEST_F(FavoriteMergeTest, WhatIsAddedWhileASaveWritesStaysSo) {
+  process.change({"a"}, {});
+  favorites.SaveToDisk();
+  store(list, listOf({}));  // removed by another process
+  process.change({"b"}, {});
+  system->beforeWrite = [&] { process.change({"a"}, {}); };
+  favorites.SaveToDisk();
+  EXPECT_EQ(process.ids(), (Ids{"a", "b"}));
+  favorites.SaveToDisk();
+  EXPECT_EQ(listed(), (Ids{"a", "b"}));
+}
+
 TEST_F(FavoriteMergeTest, ItsTurnIsOverBeforeOthersAreCalled) {
   store(list, listOf({"b"}));
   bool isAsked = false;

@@ -29,6 +29,12 @@ TEST_F(TideDataCacheTest, FilesEventsUnderTheLocalMonth) {
                     calendar("Australia/Sydney"));
   EXPECT_EQ(cache.getTideData("a", 2024, 5)->size(), 1U);
   EXPECT_EQ(cache.getTideData("a", 2024, 6)->size(), 1U);
+  // The same month of two years, in one list.
+  cache.addTideData("b", std::vector{TideEvent(1'685'000'000, 1, true), TideEvent(1'716'000'000, 2, false)},
+                    calendar());
+  EXPECT_EQ(cache.getTideData("b", 2023, 5)->size(), 1U);
+  ASSERT_TRUE(cache.getTideData("b", 2024, 5));
+  EXPECT_EQ(cache.getTideData("b", 2024, 5)->front().tidelevel, 2);
   // Before 1970 and at its first second there is a local month too.
   cache.addTideData("c", std::vector{TideEvent(0, 1, true), TideEvent(-1, 2, false)}, calendar());
   EXPECT_EQ(cache.getTideData("c", 1970, 1)->size(), 1U);
@@ -156,10 +162,11 @@ TEST_F(TideDataCacheTest, TablesKeepTheLaterStationById) {
   for (const auto& each : ofA.value()) ids.push_back(*each->stationId);
   EXPECT_EQ(ids, (std::vector<std::string>{"5", "6", "2", "4"})) << "a surrogate pair sorts before U+E000";
 
-  cache.addStationToCache(station("global_1", "point", "X"));
+  for (const char* name : {"unresolved", "point"}) cache.addStationToCache(station("global_1", name, "X"));
   cache.removeAllStations();
   EXPECT_EQ(cache.getTideStationById("1"), nullptr);
-  EXPECT_NE(cache.getTideStationById("global_1"), nullptr);
+  ASSERT_NE(cache.getTideStationById("global_1"), nullptr);
+  EXPECT_EQ(cache.getTideStationById("global_1")->stationName, "point") << "the later of a point's records";
 }
 
 }  // namespace
